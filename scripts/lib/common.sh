@@ -1,0 +1,53 @@
+# SPDX-License-Identifier: MIT
+# Shared by the entry-point scripts: installs what is missing, idempotently.
+
+VORRIK_ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)"
+
+# Everything a fresh Debian 12 needs to build, run, test and benchmark Vorrik.
+VORRIK_BUILD_PACKAGES=(
+  g++ cmake ninja-build make pkg-config ccache
+  qt6-base-dev libgl-dev libx11-dev libxtst-dev libxi-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+  fonts-dejavu-core
+)
+VORRIK_TEST_PACKAGES=(
+  xvfb xauth xdotool x11-utils xinput trayer imagemagick
+  clang-format dpkg-dev file
+)
+VORRIK_RUN_PACKAGES=(xvfb xauth)
+
+info() { printf '\033[1m==> %s\033[0m\n' "$*"; }
+
+# ensure_packages PKG...: installs those that dpkg does not report as installed.
+ensure_packages() {
+  local missing=() pkg
+  for pkg in "$@"; do
+    dpkg -s "$pkg" 2>/dev/null | grep -q '^Status: install ok installed' || missing+=("$pkg")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  info "Installing missing packages: ${missing[*]}"
+  local sudo=()
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { echo "Need root or sudo to install: ${missing[*]}" >&2; exit 1; }
+    sudo=(sudo)
+  fi
+  "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -qq
+  "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+}
+
+# build_preset NAME [TARGET...]: configures (once) and builds a CMake preset.
+build_preset() {
+  local preset="$1"; shift
+  local dir="$VORRIK_ROOT/build/$preset"
+  cd "$VORRIK_ROOT"
+  if [ ! -f "$dir/CMakeCache.txt" ]; then
+    cmake --preset "$preset" -DCMAKE_CXX_COMPILER_LAUNCHER=ccache >/dev/null
+  fi
+  if [ $# -gt 0 ]; then
+    local targets=()
+    for t in "$@"; do targets+=(--target "$t"); done
+    cmake --build --preset "$preset" "${targets[@]}"
+  else
+    cmake --build --preset "$preset"
+  fi
+}

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "engine/ClickPoint.h"
+#include "engine/ClickType.h"
+#include "engine/PointList.h"
+#include "platform/AccessibilityTrust.h"
+#include "platform/EventInjector.h"
+#include "platform/MainQueue.h"
+#include "platform/OneShotTimer.h"
+#include "platform/Pointer.h"
+#include "platform/RandomSource.h"
+#include "platform/Sleeper.h"
+
+namespace vorrik {
+
+// Performs runs of automatic clicks: one click or a burst per tick, one tick per delay.
+//
+// start(), stop() and every write of the settings happen on the main thread; ticks run on the
+// timer's worker thread and report back only through tasks on the main queue.
+class ClickEngine {
+ public:
+  // The services the engine uses; each must outlive the engine.
+  struct Ports {
+    MainQueue& mainQueue;
+    AccessibilityTrust& trust;
+    EventInjector& injector;
+    Pointer& pointer;
+    Sleeper& sleeper;
+    RandomSource& random;
+  };
+
+  // Pauses that make up a click, fixed by design.
+  static constexpr std::chrono::microseconds kDownToUp{8000};
+  static constexpr std::chrono::microseconds kDoubleGap{40000};
+  static constexpr std::chrono::microseconds kBurstGap{15000};
+  static constexpr std::int64_t kIntervalFloorMs = 50;
+  static constexpr std::int64_t kMinDelayMs = 20;
+
+  ClickEngine(Ports ports, std::unique_ptr<OneShotTimer> timer);
+  // Stops the worker: a tick in progress finishes first, none follows.
+  ~ClickEngine();
+  ClickEngine(const ClickEngine&) = delete;
+  ClickEngine& operator=(const ClickEngine&) = delete;
+
+  // Settings, in milliseconds and clicks; the worker reads them, the owner writes them.
+  std::atomic<std::int64_t> intervalMs{120};
+  std::atomic<ClickType> clickType{ClickType::left};
+  std::atomic<std::int64_t> jitterMs{0};
+  std::atomic<std::int64_t> burst{0};
+  PointList points;
+  std::atomic<std::int64_t> maxClicks{0};
+
+  bool running() const { return running_.load(); }
+  // Clicks of the current run, or of the last one after it ended.
+  std::int64_t sessionClicks() const { return sessionClicks_.load(); }
+  std::int64_t pointIndex() const { return pointIndex_.load(); }
+
+  // Told the click count after each click, on the main thread.
+  std::function<void(std::int64_t)> onTick;
+  // Told that a run ended or could not begin, with its reason text, on the main thread.
+  std::function<void(const std::optional<std::string>&)> onStop;
+
+  // Begins a run unless one is in progress; without trust, reports ax_needed through onStop.
+  void start();
+  // Ends the run in progress and reports reason through onStop; does nothing when idle.
+  void stop(std::optional<std::string> reason);
+
+
+ private:
+  // The next delay: the interval (at least 50 ms) plus a jitter draw, at least 20 ms.
+  std::int64_t nextDelayMs();
+  void schedule(std::uint64_t generation);
+  void tick(std::uint64_t generation);
+  void fire();
+  std::optional<ClickPoint> nextPoint();
+  void post(ClickPoint at);
+  void postTask(std::function<void(ClickEngine&)> task);
+
+  Ports ports_;
+  std::unique_ptr<OneShotTimer> timer_;
+  std::atomic<bool> running_{false};
+  std::atomic<std::int64_t> sessionClicks_{0};
+  std::atomic<std::int64_t> pointIndex_{0};
+  // Bumped by every start and stop, so a tick of an earlier run never re-arms the timer.
+  std::atomic<std::uint64_t> generation_{0};
+  // Main-thread tasks hold this weakly and do nothing once the engine is gone.
+  std::shared_ptr<ClickEngine*> self_;
+};
+
+}  // namespace vorrik

@@ -1,0 +1,2 @@
+// SPDX-License-Identifier: MIT
+// Placeholder: filled in by its own change.
