@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+// The Qt side of the language preference and of the main queue.
+#include <QCoreApplication>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThread>
+
+#include <string>
+#include <vector>
+
+#include "l10n/L.h"
+#include "platform/qt/QtServices.h"
+
+namespace vorrik::qt {
+
+class QtServicesTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void choiceSurvivesARestart() {
+    QTemporaryDir dir;
+    const QString path = dir.filePath("vorrik.conf");
+    QtPreferredLanguages preferred;
+    QtNotificationCenter center;
+    {
+      QtDefaultsStore defaults(path);
+      QCOMPARE(defaults.stringForKey(L::kLangKey), std::nullopt);
+      L::install({&defaults, &preferred, &center});
+      L::setLang("pt");
+    }
+    QtDefaultsStore reopened(path);
+    L::install({&reopened, &preferred, &center});
+    QCOMPARE(L::lang(), std::string("pt"));
+    L::install({});
+  }
+
+  void tasksFromAWorkerRunOnTheMainThreadInOrder() {
+    QtMainQueue queue;
+    QtNotificationCenter center;
+    std::vector<std::string> seen;
+    center.addObserver("ping", [&] {
+      QCOMPARE(QThread::currentThread(), qApp->thread());
+      seen.push_back("ping");
+    });
+    QThread* worker = QThread::create([&] {
+      for (int i = 0; i < 3; ++i) {
+        queue.post([&seen, i] {
+          QCOMPARE(QThread::currentThread(), qApp->thread());
+          seen.push_back(std::to_string(i));
+        });
+      }
+      center.post("ping");
+    });
+    worker->start();
+    QVERIFY(worker->wait(5000));
+    delete worker;
+    QVERIFY(QTest::qWaitFor([&] { return seen.size() == 4; }, 5000));
+    QCOMPARE(seen, (std::vector<std::string>{"0", "1", "2", "ping"}));
+  }
+
+  void postOnTheMainThreadDeliversAtOnceInOrder() {
+    QtNotificationCenter center;
+    std::vector<int> order;
+    center.addObserver(L::changed(), [&] { order.push_back(1); });
+    center.addObserver("other", [&] { order.push_back(99); });
+    center.addObserver(L::changed(), [&] { order.push_back(2); });
+    center.post(L::changed());
+    QCOMPARE(order, (std::vector<int>{1, 2}));
+  }
+};
+
+}  // namespace vorrik::qt
+
+QTEST_GUILESS_MAIN(vorrik::qt::QtServicesTest)
+#include "QtServicesTest.moc"
