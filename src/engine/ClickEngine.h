@@ -74,7 +74,6 @@ class ClickEngine {
   // Ends the run in progress and reports reason through onStop; does nothing when idle.
   void stop(std::optional<std::string> reason);
 
-
  private:
   // The next delay: the interval (at least 50 ms) plus a jitter draw, at least 20 ms.
   std::int64_t nextDelayMs();

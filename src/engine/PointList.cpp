@@ -17,7 +17,9 @@ void PointList::append(ClickPoint point) {
   list_ = std::move(next);
 }
 
-void PointList::clear() { assign({}); }
+void PointList::clear() {
+  assign({});
+}
 
 void PointList::assign(std::vector<ClickPoint> points) {
   auto next = std::make_shared<const std::vector<ClickPoint>>(std::move(points));

@@ -6,7 +6,8 @@
 
 namespace vorrik {
 
-std::optional<ClickPoint> flipToClickSpace(double px, double py, std::span<const ScreenRect> screens,
+std::optional<ClickPoint> flipToClickSpace(double px, double py,
+                                           std::span<const ScreenRect> screens,
                                            std::optional<ScreenRect> mainScreen) {
   auto holder = std::find_if(screens.begin(), screens.end(),
                              [&](const ScreenRect& s) { return s.contains(px, py); });

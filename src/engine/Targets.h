@@ -25,7 +25,8 @@ struct ScreenRect {
 
 // Converts a y-up pointer position into click space against the top edge of the first screen
 // holding it, else of the main screen; nothing when there is neither.
-std::optional<ClickPoint> flipToClickSpace(double px, double py, std::span<const ScreenRect> screens,
+std::optional<ClickPoint> flipToClickSpace(double px, double py,
+                                           std::span<const ScreenRect> screens,
                                            std::optional<ScreenRect> mainScreen);
 
 // A uniform integer from -halfWidth to +halfWidth inclusive; halfWidth must be at least 1.

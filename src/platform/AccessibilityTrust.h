@@ -7,7 +7,8 @@ namespace vorrik {
 class AccessibilityTrust {
  public:
   virtual ~AccessibilityTrust() = default;
-  // True when posted clicks will reach other applications; with prompt, the system may ask the user.
+  // True when posted clicks will reach other applications; with prompt, the system may ask the
+  // user.
   virtual bool isTrusted(bool prompt) = 0;
 };
 

@@ -138,14 +138,16 @@ std::vector<MouseEvent> FakeInjector::events() const {
   std::lock_guard lock(mutex_);
   std::vector<MouseEvent> events;
   events.reserve(posted_.size());
-  for (const Posted& p : posted_) events.push_back(p.event);
+  for (const Posted& p : posted_)
+    events.push_back(p.event);
   return events;
 }
 
 std::size_t FakeInjector::presses() const {
   std::lock_guard lock(mutex_);
   std::size_t n = 0;
-  for (const Posted& p : posted_) n += p.event.action == MouseAction::down ? 1 : 0;
+  for (const Posted& p : posted_)
+    n += p.event.action == MouseAction::down ? 1 : 0;
   return n;
 }
 
