@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ostream>
 #include <regex>
 #include <set>
 #include <string>
@@ -21,6 +22,10 @@ struct Language {
   const char* code;
   const cat::List* list;
 };
+
+void PrintTo(const Language& language, std::ostream* os) {
+  *os << language.code;
+}
 
 const Language kLanguages[] = {
     {"en", &cat::en}, {"ht", &cat::ht}, {"fr", &cat::fr}, {"es", &cat::es}, {"pt", &cat::pt}};
