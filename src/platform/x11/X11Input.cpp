@@ -1,2 +1,193 @@
 // SPDX-License-Identifier: MIT
-// Placeholder: filled in by its own change.
+#include "platform/x11/X11Input.h"
+
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+
+#include <atomic>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <mutex>
+#include <set>
+#include <utility>
+
+namespace vorrik::x11 {
+namespace {
+
+// The connections this file opened. Xlib's default reaction to a lost connection is to end the
+// process; for these it returns instead, and each connection then refuses further use.
+struct OwnDisplays {
+  std::mutex mutex;
+  std::set<Display*> displays;
+  XIOErrorHandler previous = nullptr;
+};
+
+OwnDisplays& ownDisplays() {
+  static OwnDisplays own;
+  return own;
+}
+
+int onIOError(Display* display) {
+  OwnDisplays& own = ownDisplays();
+  XIOErrorHandler previous = nullptr;
+  {
+    std::lock_guard lock(own.mutex);
+    if (own.displays.contains(display)) return 0;
+    previous = own.previous;
+  }
+  // Someone else's connection: whatever handled it before (Xlib's own reports it and exits).
+  return previous != nullptr ? previous(display) : 0;
+}
+
+// Xlib needs its global locks before the first connection when several threads use it.
+Display* openDisplay(const char* name) {
+  static std::once_flag ready;
+  std::call_once(ready, [] {
+    XInitThreads();
+    ownDisplays().previous = XSetIOErrorHandler(&onIOError);
+  });
+  Display* display = XOpenDisplay(name);
+  if (display != nullptr) {
+    std::lock_guard lock(ownDisplays().mutex);
+    ownDisplays().displays.insert(display);
+  }
+  return display;
+}
+
+void closeDisplay(Display* display) {
+  {
+    std::lock_guard lock(ownDisplays().mutex);
+    ownDisplays().displays.erase(display);
+  }
+  XCloseDisplay(display);
+}
+
+bool hasXTest(Display* display) {
+  int eventBase = 0;
+  int errorBase = 0;
+  int major = 0;
+  int minor = 0;
+  return XTestQueryExtension(display, &eventBase, &errorBase, &major, &minor) == True;
+}
+
+struct RootPosition {
+  int x = 0;
+  int y = 0;
+};
+
+// Root coordinates travel as 16-bit signed integers in the XTest request.
+std::optional<RootPosition> rootPosition(ClickPoint at) {
+  if (!std::isfinite(at.x) || !std::isfinite(at.y)) return std::nullopt;
+  const double x = std::round(at.x);
+  const double y = std::round(at.y);
+  constexpr double kLow = std::numeric_limits<std::int16_t>::min();
+  constexpr double kHigh = std::numeric_limits<std::int16_t>::max();
+  if (x < kLow || x > kHigh || y < kLow || y > kHigh) return std::nullopt;
+  return RootPosition{static_cast<int>(x), static_cast<int>(y)};
+}
+
+}  // namespace
+
+// One display connection, used under its own lock. A lost connection is remembered instead of
+// ending the process, and nothing is sent on it afterwards.
+class Connection {
+ public:
+  explicit Connection(const char* displayName) : display_(openDisplay(displayName)) {
+    if (display_ == nullptr) return;
+    XSetIOErrorExitHandler(display_, &Connection::lost, this);
+    xtest_ = hasXTest(display_);
+  }
+  ~Connection() {
+    if (display_ != nullptr) closeDisplay(display_);
+  }
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  bool healthy() const { return display_ != nullptr && !broken_.load(); }
+  bool xtest() const { return xtest_; }
+
+  // Runs use(display) under the lock while the connection is healthy; false when it is not.
+  template <typename Use>
+  bool with(Use&& use) {
+    std::lock_guard lock(mutex_);
+    if (!healthy()) return false;
+    std::forward<Use>(use)(display_);
+    return true;
+  }
+
+ private:
+  static void lost(Display* /*display*/, void* self) {
+    static_cast<Connection*>(self)->broken_.store(true);
+  }
+
+  std::mutex mutex_;
+  Display* display_;
+  bool xtest_ = false;
+  std::atomic<bool> broken_{false};
+};
+
+X11Injector::X11Injector(const char* displayName)
+    : connection_(std::make_unique<Connection>(displayName)) {}
+
+X11Injector::~X11Injector() = default;
+
+bool X11Injector::connected() const {
+  return connection_->healthy() && connection_->xtest();
+}
+
+std::optional<MouseEvent> X11Injector::make(MouseAction action, MouseButton button, ClickPoint at) {
+  if (!connected() || !rootPosition(at)) return std::nullopt;
+  return MouseEvent{action, button, at, 1};
+}
+
+void X11Injector::post(const MouseEvent& event) {
+  const std::optional<RootPosition> to = rootPosition(event.at);
+  if (!to || !connection_->xtest()) return;
+  const unsigned button = event.button == MouseButton::right ? 3 : 1;
+  const Bool press = event.action == MouseAction::down ? True : False;
+  connection_->with([&](Display* display) {
+    // XTest has no click count: a second pair soon after the first, at the same spot, is what
+    // receivers count as a double click.
+    XTestFakeMotionEvent(display, DefaultScreen(display), to->x, to->y, CurrentTime);
+    XTestFakeButtonEvent(display, button, press, CurrentTime);
+    XFlush(display);
+  });
+}
+
+X11Pointer::X11Pointer(const char* displayName)
+    : connection_(std::make_unique<Connection>(displayName)) {}
+
+X11Pointer::~X11Pointer() = default;
+
+std::optional<ClickPoint> X11Pointer::position() {
+  std::optional<ClickPoint> where;
+  connection_->with([&](Display* display) {
+    Window root = 0;
+    Window child = 0;
+    int rootX = 0;
+    int rootY = 0;
+    int windowX = 0;
+    int windowY = 0;
+    unsigned mask = 0;
+    if (XQueryPointer(display, DefaultRootWindow(display), &root, &child, &rootX, &rootY, &windowX,
+                      &windowY, &mask) == True) {
+      where = ClickPoint{static_cast<double>(rootX), static_cast<double>(rootY)};
+    }
+  });
+  return where;
+}
+
+X11Trust::X11Trust(const char* displayName) {
+  if (displayName != nullptr) displayName_ = displayName;
+}
+
+bool X11Trust::isTrusted(bool /*prompt*/) {
+  Display* display = openDisplay(displayName_ ? displayName_->c_str() : nullptr);
+  if (display == nullptr) return false;
+  const bool trusted = hasXTest(display);
+  closeDisplay(display);
+  return trusted;
+}
+
+}  // namespace vorrik::x11

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+// Clicks, the pointer and the injection check on an X11 display. Each object owns its own
+// display connection, so the click worker and the main thread never share one.
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "engine/ClickPoint.h"
+#include "platform/AccessibilityTrust.h"
+#include "platform/EventInjector.h"
+#include "platform/Pointer.h"
+
+namespace vorrik::x11 {
+
+class Connection;
+
+// Posts button events with the XTest extension, moving the pointer to the target first.
+// Meant for the click worker; a mutex keeps it correct from any other thread too.
+class X11Injector final : public EventInjector {
+ public:
+  // Connects to displayName, or to $DISPLAY when it is null.
+  explicit X11Injector(const char* displayName = nullptr);
+  ~X11Injector() override;
+  X11Injector(const X11Injector&) = delete;
+  X11Injector& operator=(const X11Injector&) = delete;
+
+  // Nothing when the display is gone or the point is not a finite X root position.
+  std::optional<MouseEvent> make(MouseAction action, MouseButton button, ClickPoint at) override;
+  // Moves the pointer to the event's point (rounded), presses or releases button 1 (left) or
+  // 3 (right) and flushes; does nothing when the display is gone.
+  void post(const MouseEvent& event) override;
+
+  // True while the display connection is open and healthy.
+  bool connected() const;
+
+ private:
+  std::unique_ptr<Connection> connection_;
+};
+
+// The pointer position in root-window pixels of the default screen: top-left origin, y down,
+// the same space the injector posts in. Thread-safe.
+class X11Pointer final : public Pointer {
+ public:
+  // Connects to displayName, or to $DISPLAY when it is null.
+  explicit X11Pointer(const char* displayName = nullptr);
+  ~X11Pointer() override;
+  X11Pointer(const X11Pointer&) = delete;
+  X11Pointer& operator=(const X11Pointer&) = delete;
+
+  // Nothing when the display is gone or the pointer is on another X screen.
+  std::optional<ClickPoint> position() override;
+
+ private:
+  std::unique_ptr<Connection> connection_;
+};
+
+// On X11 any client may inject input once the XTEST extension is there; no prompt exists.
+class X11Trust final : public AccessibilityTrust {
+ public:
+  // Connects to displayName, or to $DISPLAY when it is null, at each query.
+  explicit X11Trust(const char* displayName = nullptr);
+
+  // True when the display opens and offers XTEST; prompt changes nothing on X11.
+  bool isTrusted(bool prompt) override;
+
+ private:
+  std::optional<std::string> displayName_;
+};
+
+}  // namespace vorrik::x11
