@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+namespace vorrik {
+
+// The place where the user can let this application post clicks.
+class SettingsLink {
+ public:
+  virtual ~SettingsLink() = default;
+  // Opens that place in the application that handles it; whether it opened is not reported.
+  virtual void open() = 0;
+};
+
+}  // namespace vorrik
