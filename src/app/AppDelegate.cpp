@@ -1,0 +1,250 @@
+// SPDX-License-Identifier: MIT
+#include "app/AppDelegate.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCursor>
+#include <QKeySequence>
+#include <QLayout>
+#include <QLineEdit>
+#include <QLoggingCategory>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSystemTrayIcon>
+#include <QWidget>
+
+#include <utility>
+
+#include "app/LetterIcon.h"
+#include "app/TrayWatcher.h"
+#include "l10n/L.h"
+
+Q_LOGGING_CATEGORY(lcApp, "vorrik.app")
+
+namespace vorrik {
+namespace {
+
+QString text(std::string_view key, const L::Values& values = {}) {
+  return QString::fromStdString(L::t(key, values));
+}
+
+QString productName() {
+  return QStringLiteral("Vorrik");
+}
+
+QAction* addItem(QMenu* menu, std::string_view key, QAction::MenuRole role = QAction::NoRole) {
+  QAction* action = menu->addAction(text(key));
+  // Only About and Quit may move to the places the platform keeps for them.
+  action->setMenuRole(role);
+  return action;
+}
+
+}  // namespace
+
+AppDelegate::AppDelegate(Services services, QObject* parent)
+    : QObject(parent), services_(std::move(services)) {
+  if (!services_.runAlert) services_.runAlert = &AppDelegate::runAlertModally;
+}
+
+AppDelegate::~AppDelegate() {
+  trayWatcher_.reset();
+  statusItem_.reset();
+  delete statusMenu_;
+  delete mainMenu_;
+  panel_.reset();
+}
+
+int AppDelegate::runAlertModally(const Alert& alert) {
+  QMessageBox box;
+  box.setWindowTitle(productName());
+  box.setIconPixmap(letterIcon().pixmap(64, 64));
+  box.setText(alert.message);
+  box.setInformativeText(alert.informative);
+  QList<QAbstractButton*> buttons;
+  for (const QString& title : alert.buttons) {
+    buttons.append(box.addButton(
+        title, buttons.isEmpty() ? QMessageBox::AcceptRole : QMessageBox::RejectRole));
+  }
+  if (!buttons.isEmpty()) {
+    box.setDefaultButton(qobject_cast<QPushButton*>(buttons.first()));
+    box.setEscapeButton(buttons.last());
+  }
+  box.exec();
+  const auto index = buttons.indexOf(box.clickedButton());
+  return kAlertFirstButton + static_cast<int>(index < 0 ? buttons.size() - 1 : index);
+}
+
+QString AppDelegate::shortVersion() {
+  const QString version = QCoreApplication::applicationVersion();
+  return version.isEmpty() ? QStringLiteral("1.1") : version;
+}
+
+void AppDelegate::applicationDidFinishLaunching() {
+  // An ordinary application with windows and a menu: nothing to switch on this platform. The
+  // menu bar lives in the panel's layout, so the panel comes first; nothing shows before show().
+  panel_ = services_.makePanel();
+  if (!panel_) qFatal("Vorrik: the panel could not be created");
+  buildMenu();
+  show();
+
+  statusItem_ = std::make_unique<QSystemTrayIcon>(letterIcon());
+  statusItem_->setToolTip(productName());
+  // The tray's own click opens the same menu as its context click, as one would expect of a
+  // one-letter item that has nothing else to do.
+  connect(statusItem_.get(), &QSystemTrayIcon::activated, this,
+          [this](QSystemTrayIcon::ActivationReason reason) {
+            if (reason == QSystemTrayIcon::Trigger && statusMenu_) {
+              statusMenu_->popup(QCursor::pos());
+            }
+          });
+  buildStatusMenu();
+  if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+    qCDebug(lcApp) << "No system tray yet: the panel's menu bar has every command.";
+  }
+  statusItem_->show();
+  trayWatcher_ = std::make_unique<TrayWatcher>(statusItem_.get());
+
+  services_.center.addObserver(L::changed(), [self = QPointer<AppDelegate>(this)] {
+    if (self) self->buildStatusMenu();
+    if (self) self->buildMenu();
+  });
+
+  checkTrust();
+}
+
+bool AppDelegate::applicationShouldHandleReopen(bool /*hasVisibleWindows*/) {
+  show();
+  return true;
+}
+
+void AppDelegate::checkTrust() {
+  if (services_.trust.isTrusted(false)) return;
+  const int answer = services_.runAlert(
+      {text("ax_title"), text("ax_body"), {text("open_settings"), text("later")}});
+  if (answer != kAlertFirstButton) return;
+  services_.trust.isTrusted(true);
+  services_.settingsLink.open();
+}
+
+void AppDelegate::buildMenu() {
+  auto* bar = new QMenuBar;
+
+  QMenu* app = bar->addMenu(productName());
+  connect(addItem(app, "m_about", QAction::AboutRole), &QAction::triggered, this,
+          &AppDelegate::about);
+  app->addSeparator();
+  app->addMenu(languageItem(app));
+  app->addSeparator();
+  QAction* hide = addItem(app, "m_hide");
+  hide->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_H));
+  connect(hide, &QAction::triggered, this, &AppDelegate::hideApplication);
+  QAction* quit = addItem(app, "m_quit", QAction::QuitRole);
+  quit->setShortcut(QKeySequence::Quit);
+  connect(quit, &QAction::triggered, this, &AppDelegate::quitApplication);
+
+  QMenu* edit = bar->addMenu(text("m_edit"));
+  const struct {
+    std::string_view key;
+    QKeySequence::StandardKey shortcut;
+    void (*apply)(QLineEdit*);
+  } edits[] = {
+      {"m_cut", QKeySequence::Cut, [](QLineEdit* field) { field->cut(); }},
+      {"m_copy", QKeySequence::Copy, [](QLineEdit* field) { field->copy(); }},
+      {"m_paste", QKeySequence::Paste, [](QLineEdit* field) { field->paste(); }},
+      {"m_selectall", QKeySequence::SelectAll, [](QLineEdit* field) { field->selectAll(); }},
+  };
+  for (const auto& item : edits) {
+    QAction* action = addItem(edit, item.key);
+    action->setShortcut(item.shortcut);
+    connect(action, &QAction::triggered, this, [this, apply = item.apply] { editInPanel(apply); });
+  }
+
+  // The bar sits above the panel's column; where the platform has a global menu bar, Qt moves
+  // it there instead.
+  if (QLayout* layout = panel_->layout()) layout->setMenuBar(bar);
+  if (mainMenu_) {
+    // Later, because the old bar may be delivering the very action that caused this rebuild.
+    mainMenu_->hide();
+    mainMenu_->deleteLater();
+  }
+  mainMenu_ = bar;
+}
+
+void AppDelegate::buildStatusMenu() {
+  auto* menu = new QMenu;
+  connect(addItem(menu, "m_show"), &QAction::triggered, this, &AppDelegate::show);
+  connect(addItem(menu, "m_toggle"), &QAction::triggered, this, &AppDelegate::toggleFromMenu);
+  menu->addSeparator();
+  connect(addItem(menu, "m_ax"), &QAction::triggered, this, &AppDelegate::axSettings);
+  menu->addMenu(languageItem(menu));
+  menu->addSeparator();
+  QAction* quit = addItem(menu, "m_quit");
+  quit->setShortcut(QKeySequence::Quit);
+  connect(quit, &QAction::triggered, this, &AppDelegate::quitApplication);
+
+  statusItem_->setContextMenu(menu);
+  if (statusMenu_) statusMenu_->deleteLater();
+  statusMenu_ = menu;
+}
+
+QMenu* AppDelegate::languageItem(QWidget* parent) {
+  auto* menu = new QMenu(text("m_language"), parent);
+  menu->menuAction()->setMenuRole(QAction::NoRole);
+  const std::string current = L::lang();
+  const auto& names = L::names();
+  for (const std::string& code : L::supported()) {
+    const auto name = names.find(code);
+    QAction* action =
+        menu->addAction(QString::fromStdString(name != names.end() ? name->second : code));
+    action->setMenuRole(QAction::NoRole);
+    action->setData(QString::fromStdString(code));
+    action->setCheckable(true);
+    action->setChecked(code == current);
+    connect(action, &QAction::triggered, this, [this, action] { pickLanguage(action); });
+  }
+  return menu;
+}
+
+void AppDelegate::pickLanguage(QAction* sender) {
+  if (!sender) return;
+  const QVariant code = sender->data();
+  if (code.typeId() != QMetaType::QString) return;
+  L::setLang(code.toString().toStdString());
+}
+
+void AppDelegate::show() {
+  panel_->setWindowState(panel_->windowState() & ~Qt::WindowMinimized);
+  panel_->show();
+  panel_->raise();
+  panel_->activateWindow();
+}
+
+void AppDelegate::toggleFromMenu() {
+  // By name, as the panel offers it to every caller.
+  QMetaObject::invokeMethod(panel_.get(), "toggle");
+}
+
+void AppDelegate::axSettings() {
+  services_.settingsLink.open();
+}
+
+void AppDelegate::about() {
+  services_.runAlert(
+      {text("about_title", {{"v", shortVersion().toStdString()}}), text("about_body"), {}});
+}
+
+void AppDelegate::hideApplication() {
+  panel_->hide();
+}
+
+void AppDelegate::quitApplication() {
+  QCoreApplication::quit();
+}
+
+void AppDelegate::editInPanel(const std::function<void(QLineEdit*)>& edit) {
+  if (auto* field = qobject_cast<QLineEdit*>(panel_->focusWidget())) edit(field);
+}
+
+}  // namespace vorrik

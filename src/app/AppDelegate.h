@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QMenu>
+#include <QMenuBar>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+
+#include "platform/AccessibilityTrust.h"
+#include "platform/NotificationCenter.h"
+#include "platform/SettingsLink.h"
+
+class QAction;
+class QLineEdit;
+class QSystemTrayIcon;
+class QWidget;
+
+namespace vorrik {
+
+class TrayWatcher;
+
+// A modal alert: its message, the explanation below it and its buttons, first button first.
+struct Alert {
+  QString message;
+  QString informative;
+  // Empty for the platform's single default button.
+  QStringList buttons;
+};
+
+// What an alert returns for its first button; each later button answers one more.
+inline constexpr int kAlertFirstButton = 1000;
+inline constexpr int kAlertSecondButton = 1001;
+
+// The application's life: start-up, the panel, the tray item, both menus and their commands.
+class AppDelegate final : public QObject {
+  Q_OBJECT
+
+ public:
+  // Builds the one panel: a top-level widget with a layout and a slot named "toggle".
+  using PanelFactory = std::function<std::unique_ptr<QWidget>()>;
+  // Runs an alert modally; returns kAlertFirstButton plus the index of the button pressed.
+  using AlertRunner = std::function<int(const Alert&)>;
+
+  // What the delegate talks through; each reference must outlive the delegate.
+  struct Services {
+    NotificationCenter& center;
+    AccessibilityTrust& trust;
+    SettingsLink& settingsLink;
+    PanelFactory makePanel;
+    AlertRunner runAlert;
+  };
+
+  explicit AppDelegate(Services services, QObject* parent = nullptr);
+  ~AppDelegate() override;
+
+  // Shows alert with QMessageBox; closing it without a button answers as its last button.
+  static int runAlertModally(const Alert& alert);
+  // The short version set on the application object, or "1.1" when there is none.
+  static QString shortVersion();
+
+  // Brings up the panel, the menus and the tray item, then checks the permission to click.
+  void applicationDidFinishLaunching();
+  // Another launch or the desktop asked for the application: shows the panel; always true.
+  bool applicationShouldHandleReopen(bool hasVisibleWindows);
+  // Closing the panel leaves the application running in the tray.
+  static bool applicationShouldTerminateAfterLastWindowClosed() { return false; }
+
+  // The panel, once start-up has built it.
+  QWidget* panel() const { return panel_.get(); }
+  // The tray item, once start-up has made it.
+  QSystemTrayIcon* statusItem() const { return statusItem_.get(); }
+  // The current menu bar above the panel; replaced at every language change.
+  QMenuBar* mainMenu() const { return mainMenu_; }
+  // The current tray menu; replaced at every language change.
+  QMenu* statusMenu() const { return statusMenu_; }
+
+ public slots:
+  // Chooses the language whose code the action carries as a string; anything else does nothing.
+  void pickLanguage(QAction* sender);
+  // Shows the panel in front and gives it the keyboard.
+  void show();
+  // Starts a stopped run or stops a running one, without raising the panel.
+  void toggleFromMenu();
+  // Opens the page where clicking can be allowed, without asking for the permission first.
+  void axSettings();
+  // Shows the name, version and credits.
+  void about();
+
+ private:
+  void buildMenu();
+  void buildStatusMenu();
+  QMenu* languageItem(QWidget* parent);
+  void checkTrust();
+  void hideApplication();
+  static void quitApplication();
+  // Cut, copy, paste or select all in the panel's text field that has the keyboard.
+  void editInPanel(const std::function<void(QLineEdit*)>& edit);
+
+  Services services_;
+  std::unique_ptr<QWidget> panel_;
+  std::unique_ptr<QSystemTrayIcon> statusItem_;
+  std::unique_ptr<TrayWatcher> trayWatcher_;
+  QPointer<QMenuBar> mainMenu_;
+  QPointer<QMenu> statusMenu_;
+};
+
+}  // namespace vorrik
