@@ -235,7 +235,9 @@ void FakeNotificationCenter::post(std::string_view name) {
 
 std::optional<InputMonitor::Handle> FakeInputMonitor::addKeyMonitor(
     std::function<void(Key)> handler) {
-  if (!available_ || !handler) return std::nullopt;
+  if (!available_ || !handler) {
+    return std::nullopt;
+  }
   const Handle handle = next_++;
   monitors_.emplace(handle, std::make_shared<const Monitor>(Monitor{std::move(handler), nullptr}));
   installed_.push_back(handle);
@@ -244,7 +246,9 @@ std::optional<InputMonitor::Handle> FakeInputMonitor::addKeyMonitor(
 
 std::optional<InputMonitor::Handle> FakeInputMonitor::addLeftPressMonitor(
     std::function<void()> handler) {
-  if (!available_ || !handler) return std::nullopt;
+  if (!available_ || !handler) {
+    return std::nullopt;
+  }
   const Handle handle = next_++;
   monitors_.emplace(handle, std::make_shared<const Monitor>(Monitor{nullptr, std::move(handler)}));
   installed_.push_back(handle);
@@ -259,7 +263,9 @@ void FakeInputMonitor::remove(Handle handle) {
 std::vector<InputMonitor::Handle> FakeInputMonitor::live(bool keys) const {
   std::vector<Handle> handles;
   for (const auto& [handle, monitor] : monitors_) {
-    if (static_cast<bool>(monitor->onKey) == keys) handles.push_back(handle);
+    if (static_cast<bool>(monitor->onKey) == keys) {
+      handles.push_back(handle);
+    }
   }
   return handles;
 }
@@ -275,7 +281,9 @@ std::vector<InputMonitor::Handle> FakeInputMonitor::leftPressMonitors() const {
 void FakeInputMonitor::pressKey(Key key) {
   for (const Handle handle : live(true)) {
     const auto found = monitors_.find(handle);
-    if (found == monitors_.end()) continue;
+    if (found == monitors_.end()) {
+      continue;
+    }
     const auto monitor = found->second;  // survives a handler that removes itself
     monitor->onKey(key);
   }
@@ -284,7 +292,9 @@ void FakeInputMonitor::pressKey(Key key) {
 void FakeInputMonitor::pressLeft() {
   for (const Handle handle : live(false)) {
     const auto found = monitors_.find(handle);
-    if (found == monitors_.end()) continue;
+    if (found == monitors_.end()) {
+      continue;
+    }
     const auto monitor = found->second;
     monitor->onLeftPress();
   }
