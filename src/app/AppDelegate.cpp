@@ -18,7 +18,6 @@
 #include <utility>
 
 #include "app/LetterIcon.h"
-#include "app/TrayWatcher.h"
 #include "l10n/L.h"
 
 Q_LOGGING_CATEGORY(lcApp, "vorrik.app")
@@ -49,7 +48,6 @@ AppDelegate::AppDelegate(Services services, QObject* parent)
 }
 
 AppDelegate::~AppDelegate() {
-  trayWatcher_.reset();
   statusItem_.reset();
   delete statusMenu_;
   delete mainMenu_;
@@ -103,8 +101,8 @@ void AppDelegate::applicationDidFinishLaunching() {
   if (!QSystemTrayIcon::isSystemTrayAvailable()) {
     qCDebug(lcApp) << "No system tray yet: the panel's menu bar has every command.";
   }
+  // Shown even without a tray: Qt docks a visible icon as soon as a tray host appears.
   statusItem_->show();
-  trayWatcher_ = std::make_unique<TrayWatcher>(statusItem_.get());
 
   services_.center.addObserver(L::changed(), [self = QPointer<AppDelegate>(this)] {
     if (self) self->buildStatusMenu();

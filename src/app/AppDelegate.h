@@ -22,8 +22,6 @@ class QWidget;
 
 namespace vorrik {
 
-class TrayWatcher;
-
 // A modal alert: its message, the explanation below it and its buttons, first button first.
 struct Alert {
   QString message;
@@ -104,7 +102,6 @@ class AppDelegate final : public QObject {
   Services services_;
   std::unique_ptr<QWidget> panel_;
   std::unique_ptr<QSystemTrayIcon> statusItem_;
-  std::unique_ptr<TrayWatcher> trayWatcher_;
   QPointer<QMenuBar> mainMenu_;
   QPointer<QMenu> statusMenu_;
 };
