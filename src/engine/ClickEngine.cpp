@@ -1,2 +1,147 @@
 // SPDX-License-Identifier: MIT
-// Placeholder: filled in by its own change.
+#include "engine/ClickEngine.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "engine/Targets.h"
+#include "l10n/L.h"
+
+namespace vorrik {
+namespace {
+
+// About 285 years: far beyond any real setting, and small enough that neither adding a jitter
+// draw nor converting to nanoseconds can overflow.
+constexpr std::int64_t kMaxDelayMs = 9'000'000'000'000;
+
+}  // namespace
+
+ClickEngine::ClickEngine(Ports ports, std::unique_ptr<OneShotTimer> timer)
+    : ports_(ports), timer_(std::move(timer)), self_(std::make_shared<ClickEngine*>(this)) {}
+
+ClickEngine::~ClickEngine() {
+  {
+    std::lock_guard lock(timerMutex_);
+    ++generation_;
+    running_.store(false);
+    if (timer_) timer_->cancel();
+  }
+  // Destroying the timer waits for a tick in progress; that tick sees the new generation and
+  // arms nothing. Its main-thread tasks find the engine gone and do nothing.
+  timer_.reset();
+}
+
+void ClickEngine::start() {
+  if (running_.load()) return;
+  if (!ports_.trust.isTrusted(false)) {
+    // Only the prompt matters here; its answer is not needed.
+    ports_.trust.isTrusted(true);
+    if (onStop) onStop(L::t("ax_needed"));
+    return;
+  }
+  std::uint64_t generation = 0;
+  {
+    std::lock_guard lock(timerMutex_);
+    generation = ++generation_;
+    running_.store(true);
+  }
+  sessionClicks_.store(0);
+  pointIndex_.store(0);
+  schedule(generation);
+}
+
+void ClickEngine::stop(std::optional<std::string> reason) {
+  if (!running_.load()) return;
+  {
+    std::lock_guard lock(timerMutex_);
+    running_.store(false);
+    ++generation_;
+    if (timer_) timer_->cancel();
+  }
+  if (onStop) onStop(reason);
+}
+
+std::int64_t ClickEngine::nextDelayMs() {
+  const std::int64_t base = std::clamp(intervalMs.load(), kIntervalFloorMs, kMaxDelayMs);
+  const std::int64_t jitter = jitterMs.load();
+  const std::int64_t offset = jitter >= 1 ? drawJitter(ports_.random, jitter) : 0;
+  return std::max(base + offset, kMinDelayMs);
+}
+
+void ClickEngine::schedule(std::uint64_t generation) {
+  const std::int64_t delayMs = nextDelayMs();
+  std::lock_guard lock(timerMutex_);
+  if (generation != generation_.load() || !timer_) return;
+  // The handler holds the engine weakly; the engine's destructor also waits for it to finish.
+  timer_->arm(std::chrono::milliseconds(delayMs),
+              [weak = std::weak_ptr<ClickEngine*>(self_), generation] {
+                if (const auto self = weak.lock()) (*self)->tick(generation);
+              });
+}
+
+void ClickEngine::tick(std::uint64_t generation) {
+  if (!running_.load() || generation != generation_.load()) return;
+  fire(generation);
+  if (running_.load()) schedule(generation);
+}
+
+void ClickEngine::fire(std::uint64_t generation) {
+  const std::int64_t requested = burst.load();
+  const std::int64_t count = requested >= 2 ? requested : 1;
+  for (std::int64_t i = 0; i < count; ++i) {
+    const std::int64_t limit = maxClicks.load();
+    if (limit >= 1 && sessionClicks_.load() >= limit) {
+      // A stop-after task of a run that has meanwhile ended, or been followed by a new one,
+      // must not end the new run.
+      postTask([generation](ClickEngine& engine) {
+        if (!engine.running_.load() || engine.generation_.load() != generation) return;
+        engine.stop(L::t("done", {{"n", std::to_string(engine.sessionClicks_.load())}}));
+      });
+      return;
+    }
+    // Without a target (no pointer position) the click is skipped but still counted, like one
+    // whose events cannot be made.
+    if (const std::optional<ClickPoint> at = nextPoint()) post(*at);
+    sessionClicks_.fetch_add(1);
+    postTask([](ClickEngine& engine) {
+      if (engine.onTick) engine.onTick(engine.sessionClicks_.load());
+    });
+    if (count >= 2) ports_.sleeper.sleepFor(kBurstGap);
+  }
+}
+
+std::optional<ClickPoint> ClickEngine::nextPoint() {
+  const PointList::Snapshot snapshot = points.snapshot();
+  if (snapshot->empty()) return ports_.pointer.position();
+  const auto size = static_cast<std::int64_t>(snapshot->size());
+  const std::int64_t i = pointIndex_.fetch_add(1) % size;
+  return (*snapshot)[static_cast<std::size_t>(i)];
+}
+
+void ClickEngine::post(ClickPoint at) {
+  const ClickType type = clickType.load();
+  const MouseButton button = type == ClickType::right ? MouseButton::right : MouseButton::left;
+  const int clicks = type == ClickType::double_ ? 2 : 1;
+  EventInjector& injector = ports_.injector;
+
+  for (int state = 1; state <= clicks; ++state) {
+    if (state > 1) ports_.sleeper.sleepFor(kDoubleGap);
+    std::optional<MouseEvent> down = injector.make(MouseAction::down, button, at);
+    if (!down) return;
+    std::optional<MouseEvent> up = injector.make(MouseAction::up, button, at);
+    if (!up) return;
+    down->clickState = state;
+    up->clickState = state;
+    injector.post(*down);
+    ports_.sleeper.sleepFor(kDownToUp);
+    injector.post(*up);
+  }
+}
+
+void ClickEngine::postTask(std::function<void(ClickEngine&)> task) {
+  ports_.mainQueue.post([weak = std::weak_ptr<ClickEngine*>(self_), task = std::move(task)] {
+    if (const auto self = weak.lock()) task(**self);
+  });
+}
+
+}  // namespace vorrik

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -79,12 +80,15 @@ class ClickEngine {
   std::int64_t nextDelayMs();
   void schedule(std::uint64_t generation);
   void tick(std::uint64_t generation);
-  void fire();
+  void fire(std::uint64_t generation);
   std::optional<ClickPoint> nextPoint();
   void post(ClickPoint at);
   void postTask(std::function<void(ClickEngine&)> task);
 
   Ports ports_;
+  // Held while the timer is armed or cancelled and the generation moves, so that a late tick
+  // never arms the timer for a run that has ended or a timer that is being destroyed.
+  std::mutex timerMutex_;
   std::unique_ptr<OneShotTimer> timer_;
   std::atomic<bool> running_{false};
   std::atomic<std::int64_t> sessionClicks_{0};

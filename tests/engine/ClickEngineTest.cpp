@@ -1,0 +1,378 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <numeric>
+#include <set>
+
+#include "EngineRig.h"
+#include "l10n/L.h"
+
+namespace vorrik::test {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::microseconds;
+
+constexpr ClickPoint A{10, 20};
+constexpr ClickPoint B{30, 40};
+constexpr ClickPoint C{50, 60};
+const std::string kAxNeeded =
+    "stop Grant Accessibility access in System Settings, then press Start again.";
+
+void installEnglish() {
+  static fake::FakeDefaultsStore defaults;
+  static fake::FakePreferredLanguages preferred;
+  static fake::FakeNotificationCenter center;
+  preferred.set({"en-US"});
+  L::install({&defaults, &preferred, &center});
+}
+
+std::vector<std::int64_t> delaysMs(const fake::FakeTimer& timer) {
+  std::vector<std::int64_t> ms;
+  for (auto d : timer.delays())
+    ms.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(d).count());
+  return ms;
+}
+
+template <typename Base>
+struct WithRig : Base {
+  WithRig() { installEnglish(); }
+  EngineRig rig;
+  ClickEngine& engine = *rig.engine;
+};
+using EngineTest = WithRig<::testing::Test>;
+
+TEST_F(EngineTest, NewEngineClicksLeftOncePerTickAtTheCursorEvery120msWithoutLimit) {
+  EXPECT_EQ(engine.clickType.load(), ClickType::left);
+  EXPECT_TRUE(engine.points.empty());
+  EXPECT_FALSE(engine.running());
+  rig.pointer.moveTo(ClickPoint{5, 6});
+  engine.start();
+  EXPECT_TRUE(engine.running());
+  EXPECT_TRUE(rig.injector.events().empty()) << "the first click comes one delay after start";
+  for (int i = 0; i < 30; ++i)
+    ASSERT_TRUE(rig.tick());
+  EXPECT_EQ(delaysMs(*rig.timer), std::vector<std::int64_t>(31, 120));
+  EXPECT_EQ(rig.injector.presses(), 30U);
+  for (const MouseEvent& e : rig.injector.events())
+    EXPECT_EQ(e, (MouseEvent{e.action, MouseButton::left, {5, 6}, 1}));
+  EXPECT_EQ(rig.log.back(), "tick 30");
+}
+
+struct DelayCase {
+  const char* name;
+  std::int64_t intervalMs;
+  std::int64_t jitterMs;
+  std::vector<std::uint32_t> draws;  // raw draws from 0 to 2 * jitter
+  std::vector<std::int64_t> expected;
+};
+using Delays = WithRig<::testing::TestWithParam<DelayCase>>;
+
+TEST_P(Delays, FollowIntervalJitterAndFloors) {
+  const DelayCase& c = GetParam();
+  engine.intervalMs = c.intervalMs;
+  engine.jitterMs = c.jitterMs;
+  rig.random.script(c.draws);
+  engine.start();
+  for (std::size_t i = 1; i < c.expected.size(); ++i)
+    rig.tick();
+  EXPECT_EQ(delaysMs(*rig.timer), c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Engine, Delays,
+    ::testing::Values(
+        DelayCase{"Fixed", 120, 0, {}, {120, 120, 120}},
+        DelayCase{"IntervalRaisedTo50", 10, 0, {}, {50, 50}},
+        DelayCase{"NegativeIntervalRaisedTo50", -7, 0, {}, {50}},
+        DelayCase{"NegativeJitterIsNone", 120, -5, {0, 0}, {120, 120}},
+        DelayCase{"JitterBelowFloorGives20", 50, 40, {0, 9, 10, 11, 80}, {20, 20, 20, 21, 90}},
+        DelayCase{"PresetWithJitter", 120, 12, {0, 12, 24}, {108, 120, 132}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(EngineTest, JitterCoversEveryWholeMillisecondOnce) {
+  engine.intervalMs = 120;
+  engine.jitterMs = 12;
+  std::vector<std::uint32_t> draws(25);
+  std::iota(draws.begin(), draws.end(), 0U);
+  rig.random.script(draws);
+  engine.start();
+  for (int i = 1; i < 25; ++i)
+    rig.tick();
+  const auto ms = delaysMs(*rig.timer);
+  EXPECT_EQ(std::set<std::int64_t>(ms.begin(), ms.end()).size(), 25U);
+  EXPECT_EQ(*std::min_element(ms.begin(), ms.end()), 108);
+  EXPECT_EQ(*std::max_element(ms.begin(), ms.end()), 132);
+}
+
+TEST_F(EngineTest, AbsurdSettingsNeitherOverflowNorStall) {
+  engine.intervalMs = std::numeric_limits<std::int64_t>::max();
+  engine.jitterMs = std::numeric_limits<std::int64_t>::max();
+  engine.start();
+  EXPECT_GT(rig.timer->armedDelay().value(), std::chrono::hours(24 * 365));
+}
+
+struct BurstCase {
+  std::int64_t burst;
+  std::size_t clicksPerTick;
+};
+using Bursts = WithRig<::testing::TestWithParam<BurstCase>>;
+
+TEST_P(Bursts, PostThatManyClicksPerTickWithPausesOnlyForRealBursts) {
+  engine.burst = GetParam().burst;
+  engine.start();
+  rig.tick();
+  rig.tick();
+  const std::size_t clicks = 2 * GetParam().clicksPerTick;
+  EXPECT_EQ(rig.injector.presses(), clicks);
+  const auto sleeps = rig.sleeper.sleeps();
+  EXPECT_EQ(static_cast<std::size_t>(std::count(sleeps.begin(), sleeps.end(), 15ms)),
+            GetParam().clicksPerTick >= 2 ? clicks : 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Engine, Bursts,
+                         ::testing::Values(BurstCase{-3, 1}, BurstCase{0, 1}, BurstCase{1, 1},
+                                           BurstCase{2, 2}, BurstCase{10, 10}));
+
+struct StopAfterCase {
+  const char* name;
+  std::int64_t maxClicks;
+  std::int64_t burst;
+  std::vector<std::size_t> pressesAfterTick;
+  std::optional<std::string> done;
+};
+using StopAfter = WithRig<::testing::TestWithParam<StopAfterCase>>;
+
+TEST_P(StopAfter, NeverExceedsTheCountAndStopsAtTheCheckBeforeTheNextClick) {
+  const StopAfterCase& c = GetParam();
+  engine.maxClicks = c.maxClicks;
+  engine.burst = c.burst;
+  engine.start();
+  for (std::size_t presses : c.pressesAfterTick) {
+    ASSERT_TRUE(engine.running());
+    ASSERT_TRUE(rig.tick());
+    EXPECT_EQ(rig.injector.presses(), presses);
+  }
+  EXPECT_EQ(engine.running(), !c.done);
+  if (!c.done) return;
+  EXPECT_EQ(rig.log.back(), "stop " + *c.done);
+  EXPECT_FALSE(rig.timer->armed());
+  const auto sleeps = rig.sleeper.sleeps();
+  EXPECT_EQ(std::count(sleeps.begin(), sleeps.end(), 15ms), c.burst >= 2 ? c.maxClicks : 0)
+      << "no burst pause after the check that ends the run";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Engine, StopAfter,
+    ::testing::Values(StopAfterCase{"Three", 3, 0, {1, 2, 3, 3}, "Done: 3 clicks."},
+                      StopAfterCase{"FiveInBurstsOfThree", 5, 3, {3, 5}, "Done: 5 clicks."},
+                      StopAfterCase{"Zero", 0, 0, {1, 2, 3, 4}, std::nullopt},
+                      StopAfterCase{"Negative", -2, 2, {2, 4}, std::nullopt}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(EngineTest, TargetsRotateAndEachRunStartsAtTheFirstPoint) {
+  engine.points.assign({A, B, C});
+  engine.start();
+  for (int i = 0; i < 5; ++i)
+    rig.tick();
+  engine.stop("Stopped");
+  engine.start();
+  rig.tick();
+  EXPECT_EQ(rig.pressPoints(), (std::vector<ClickPoint>{A, B, C, A, B, A}));
+}
+
+TEST_F(EngineTest, BurstsContinueTheRotation) {
+  engine.points.assign({A, B});
+  engine.burst = 3;
+  engine.start();
+  rig.tick();
+  rig.tick();
+  EXPECT_EQ(rig.pressPoints(), (std::vector<ClickPoint>{A, B, A, B, A, B}));
+}
+
+TEST_F(EngineTest, PointsAddedOrClearedDuringARunKeepTheRotationIndex) {
+  const ClickPoint cursor{7, 8};
+  rig.pointer.moveTo(cursor);
+  engine.points.assign({A, B});
+  engine.start();
+  for (int i = 0; i < 4; ++i)
+    rig.tick();
+  engine.points.append(C);
+  rig.tick();  // index 4 modulo 3: the second point
+  engine.points.clear();
+  rig.tick();  // the cursor, index unchanged
+  EXPECT_EQ(engine.pointIndex(), 5);
+  engine.points.append(C);
+  rig.tick();
+  EXPECT_EQ(rig.pressPoints(), (std::vector<ClickPoint>{A, B, A, B, B, cursor, C}));
+}
+
+TEST_F(EngineTest, StartWithoutTrustPromptsAndRefusesAtOnceKeepingTheLastCount) {
+  engine.points.assign({A, B});
+  engine.start();
+  rig.tick();
+  rig.tick();
+  engine.stop("Stopped");
+  rig.trust.setTrusted(false);
+  rig.log.clear();
+  engine.start();
+  EXPECT_EQ(rig.log, std::vector<std::string>{kAxNeeded}) << "before start() returns";
+  EXPECT_EQ(rig.trust.prompts(), 1);
+  EXPECT_FALSE(engine.running());
+  EXPECT_FALSE(rig.timer->armed());
+  EXPECT_EQ(engine.sessionClicks(), 2);
+  EXPECT_EQ(engine.pointIndex(), 2);
+}
+
+TEST_F(EngineTest, StartWhileRunningAndStopWhileIdleDoNothing) {
+  engine.stop("Stopped");
+  EXPECT_TRUE(rig.log.empty());
+  engine.start();
+  engine.start();
+  EXPECT_EQ(rig.trust.queries(), 1);
+  EXPECT_EQ(rig.timer->delays().size(), 1U);
+  engine.stop("Stopped");
+  engine.stop("again");
+  EXPECT_EQ(rig.log, std::vector<std::string>{"stop Stopped"});
+  EXPECT_FALSE(rig.timer->armed());
+}
+
+TEST_F(EngineTest, StopDuringABurstLetsTheBurstFinishThenNothingMore) {
+  engine.burst = 10;
+  std::size_t downs = 0;
+  rig.injector.onPost([&](const MouseEvent& e) {
+    if (e.action == MouseAction::down && ++downs == 3) engine.stop("Stopped");
+  });
+  engine.start();
+  rig.tick();
+  EXPECT_EQ(rig.injector.presses(), 10U);
+  EXPECT_FALSE(rig.timer->armed());
+  EXPECT_EQ(std::count(rig.log.begin(), rig.log.end(), "stop Stopped"), 1);
+}
+
+struct PostCase {
+  ClickType type;
+  MouseButton button;
+  std::vector<std::int64_t> states;
+  std::vector<std::int64_t> atMs;  // posting times, from the first event
+  std::vector<microseconds> pauses;
+};
+using Posting = WithRig<::testing::TestWithParam<PostCase>>;
+
+TEST_P(Posting, PostsDownUpPairsWithClickStatesAndPauses) {
+  const PostCase& c = GetParam();
+  engine.clickType = c.type;
+  engine.points.assign({A});
+  engine.start();
+  rig.tick();
+  const auto posted = rig.injector.posted();
+  ASSERT_EQ(posted.size(), c.states.size());
+  for (std::size_t i = 0; i < posted.size(); ++i) {
+    const MouseAction action = i % 2 == 0 ? MouseAction::down : MouseAction::up;
+    EXPECT_EQ(posted[i].event, (MouseEvent{action, c.button, A, c.states[i]})) << i;
+    EXPECT_EQ(posted[i].at - posted[0].at, std::chrono::milliseconds(c.atMs[i])) << i;
+  }
+  EXPECT_EQ(rig.sleeper.sleeps(), c.pauses);
+  EXPECT_EQ(engine.sessionClicks(), 1) << "a double click counts once";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Engine, Posting,
+    ::testing::Values(PostCase{ClickType::left, MouseButton::left, {1, 1}, {0, 8}, {8ms}},
+                      PostCase{ClickType::right, MouseButton::right, {1, 1}, {0, 8}, {8ms}},
+                      PostCase{ClickType::double_,
+                               MouseButton::left,
+                               {1, 1, 2, 2},
+                               {0, 8, 48, 56},
+                               {8ms, 40ms, 8ms}}));
+
+struct FailCase {
+  ClickType type;
+  std::set<int> failingMakes;
+  std::size_t posted;
+  int makes;
+};
+using FailedMake = WithRig<::testing::TestWithParam<FailCase>>;
+
+TEST_P(FailedMake, SkipsTheRestOfThatClickButCountsIt) {
+  engine.clickType = GetParam().type;
+  rig.injector.failMakeCalls(GetParam().failingMakes);
+  engine.start();
+  rig.tick();
+  EXPECT_EQ(rig.injector.posted().size(), GetParam().posted);
+  EXPECT_EQ(rig.injector.makeCalls(), GetParam().makes);
+  EXPECT_EQ(rig.log, std::vector<std::string>{"tick 1"});
+  EXPECT_TRUE(rig.timer->armed());
+}
+
+INSTANTIATE_TEST_SUITE_P(Engine, FailedMake,
+                         ::testing::Values(FailCase{ClickType::left, {0}, 0, 1},
+                                           FailCase{ClickType::left, {1}, 0, 2},
+                                           FailCase{ClickType::double_, {2}, 2, 3},
+                                           FailCase{ClickType::double_, {3}, 2, 4}));
+
+TEST_F(EngineTest, NoPointerPositionSkipsTheClickButCountsIt) {
+  rig.pointer.moveTo(std::nullopt);
+  engine.start();
+  rig.tick();
+  EXPECT_EQ(rig.injector.makeCalls(), 0);
+  EXPECT_EQ(rig.log, std::vector<std::string>{"tick 1"});
+}
+
+TEST_F(EngineTest, ClickTypeChangeTakesEffectAtTheNextClick) {
+  engine.burst = 2;
+  rig.injector.onPost([&](const MouseEvent&) { engine.clickType = ClickType::right; });
+  engine.start();
+  rig.tick();
+  std::vector<MouseButton> buttons;
+  for (const MouseEvent& e : rig.injector.events())
+    buttons.push_back(e.button);
+  EXPECT_EQ(buttons, (std::vector<MouseButton>{MouseButton::left, MouseButton::left,
+                                               MouseButton::right, MouseButton::right}));
+}
+
+TEST_F(EngineTest, TickReportsReachTheOwnerBeforeTheStop) {
+  engine.maxClicks = 2;
+  engine.burst = 3;
+  engine.start();
+  rig.tick();
+  EXPECT_EQ(rig.log, (std::vector<std::string>{"tick 2", "tick 2", "stop Done: 2 clicks."}));
+}
+
+TEST_F(EngineTest, TasksQueuedForADestroyedEngineDoNothing) {
+  engine.maxClicks = 1;
+  engine.start();
+  rig.timer->fire();
+  rig.timer->fire();
+  ASSERT_EQ(rig.queue.pending(), 2U);
+  rig.engine.reset();
+  rig.queue.drain();
+  EXPECT_TRUE(rig.log.empty());
+}
+
+TEST_F(EngineTest, ALateTickOfAnEarlierRunNeitherRearmsNorEndsTheNewRun) {
+  engine.maxClicks = 1;
+  engine.start();
+  rig.tick();
+  rig.timer->fire();  // its stop-after task is still queued when the user restarts
+  engine.stop("Stopped");
+  engine.start();
+  rig.queue.drain();
+  EXPECT_TRUE(engine.running());
+  EXPECT_EQ(rig.log, (std::vector<std::string>{"tick 1", "stop Stopped"}));
+
+  rig.injector.onPost([&](const MouseEvent&) {
+    rig.injector.onPost(nullptr);
+    engine.stop("Stopped");
+    engine.start();
+  });
+  const std::size_t arms = rig.timer->delays().size();
+  engine.maxClicks = 0;
+  rig.tick();
+  EXPECT_EQ(rig.timer->delays().size(), arms + 1) << "only the restart arms the timer";
+}
+
+}  // namespace
+}  // namespace vorrik::test

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+// A click engine wired to the fakes, with a log of what its callbacks told the owner.
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/ClickEngine.h"
+#include "platform/fake/Fakes.h"
+
+namespace vorrik::test {
+
+struct EngineRig {
+  // With no timer given, the engine gets a FakeTimer that the test fires.
+  explicit EngineRig(std::unique_ptr<OneShotTimer> ownTimer = nullptr) {
+    if (!ownTimer) {
+      auto fakeTimer = std::make_unique<fake::FakeTimer>(clock);
+      timer = fakeTimer.get();
+      ownTimer = std::move(fakeTimer);
+    }
+    engine = std::make_unique<ClickEngine>(
+        ClickEngine::Ports{queue, trust, injector, pointer, sleeper, random}, std::move(ownTimer));
+    engine->onTick = [this](std::int64_t n) { log.push_back("tick " + std::to_string(n)); };
+    engine->onStop = [this](const std::optional<std::string>& reason) {
+      log.push_back("stop " + reason.value_or("-"));
+    };
+  }
+
+  // Fires the armed tick and runs the main-thread tasks it queued; false when none was armed.
+  bool tick() {
+    const bool fired = timer->fire();
+    queue.drain();
+    return fired;
+  }
+
+  std::vector<ClickPoint> pressPoints() const {
+    std::vector<ClickPoint> at;
+    for (const MouseEvent& e : injector.events())
+      if (e.action == MouseAction::down) at.push_back(e.at);
+    return at;
+  }
+
+  fake::FakeClock clock;
+  fake::TestMainQueue queue;
+  fake::FakeTrust trust;
+  fake::FakeInjector injector{clock};
+  fake::FakePointer pointer;
+  fake::FakeSleeper sleeper{clock};
+  fake::FakeRandom random;
+  fake::FakeTimer* timer = nullptr;  // owned by the engine; unused with a real timer
+  std::unique_ptr<ClickEngine> engine;
+  std::vector<std::string> log;
+};
+
+}  // namespace vorrik::test
