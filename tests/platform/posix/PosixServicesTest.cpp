@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: MIT
+// Time bounds here are deliberately loose: they tell "ran" from "never ran", not how precisely.
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include "platform/posix/PosixServices.h"
+
+namespace vorrik::posix {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+// Counts handler runs; the test thread waits for a count without polling.
+class Runs {
+ public:
+  int hit() {
+    std::lock_guard lock(mutex_);
+    changed_.notify_all();
+    return ++count_;
+  }
+  bool waitFor(int n) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, 10s, [&] { return count_ >= n; });
+  }
+  int count() {
+    std::lock_guard lock(mutex_);
+    return count_;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  int count_ = 0;
+};
+
+TEST(WorkerTimer, RunsTheHandlerOnceOnItsOwnThread) {
+  WorkerTimer timer;
+  Runs runs;
+  std::thread::id ranOn;
+  timer.arm(5ms, [&] {
+    ranOn = std::this_thread::get_id();
+    runs.hit();
+  });
+  ASSERT_TRUE(runs.waitFor(1));
+  std::this_thread::sleep_for(50ms);
+  EXPECT_EQ(runs.count(), 1);
+  EXPECT_NE(ranOn, std::this_thread::get_id());
+}
+
+TEST(WorkerTimer, CancelledAndReplacedHandlersNeverRun) {
+  WorkerTimer timer;
+  Runs dropped;
+  Runs kept;
+  timer.arm(200ms, [&] { dropped.hit(); });
+  timer.cancel();
+  timer.arm(200ms, [&] { dropped.hit(); });
+  timer.arm(300ms, [&] { kept.hit(); });
+  ASSERT_TRUE(kept.waitFor(1));
+  std::this_thread::sleep_for(200ms);
+  EXPECT_EQ(dropped.count(), 0);
+}
+
+TEST(WorkerTimer, TheHandlerCanRearmAndCancel) {
+  WorkerTimer timer;
+  Runs runs;
+  Runs cancelled;
+  std::function<void()> again = [&] {
+    if (runs.hit() < 3) {
+      timer.arm(1ms, again);
+      return;
+    }
+    timer.arm(1ms, [&] { cancelled.hit(); });
+    timer.cancel();
+  };
+  timer.arm(1ms, again);
+  ASSERT_TRUE(runs.waitFor(3));
+  std::this_thread::sleep_for(100ms);
+  EXPECT_EQ(runs.count(), 3);
+  EXPECT_EQ(cancelled.count(), 0);
+}
+
+TEST(WorkerTimer, DestructionCancelsAnArmedHandlerAndWaitsForARunningOne) {
+  Runs armed;
+  const auto begin = Clock::now();
+  {
+    WorkerTimer timer;
+    timer.arm(30s, [&] { armed.hit(); });
+  }
+  EXPECT_LT(Clock::now() - begin, 10s);
+  EXPECT_EQ(armed.count(), 0);
+
+  Runs started;
+  std::atomic<bool> finished{false};
+  {
+    WorkerTimer timer;
+    timer.arm(1ms, [&] {
+      started.hit();
+      std::this_thread::sleep_for(100ms);
+      finished = true;
+    });
+    ASSERT_TRUE(started.waitFor(1));
+  }
+  EXPECT_TRUE(finished);
+}
+
+TEST(WorkerTimer, AnIdleTimerNeverWakesUp) {
+  WorkerTimer timer;
+  Runs runs;
+  timer.arm(1ms, [&] { runs.hit(); });
+  ASSERT_TRUE(runs.waitFor(1));
+  timer.arm(30s, [] {});
+  timer.cancel();
+  std::this_thread::sleep_for(50ms);
+  const std::uint64_t before = timer.wakeups();
+  std::this_thread::sleep_for(300ms);
+  EXPECT_EQ(timer.wakeups(), before);
+}
+
+TEST(MonotonicSleeper, SleepsAtLeastTheDurationEvenWhenSignalled) {
+  struct sigaction ignore {};
+  ignore.sa_handler = [](int) {};  // no SA_RESTART: the sleep returns EINTR
+  struct sigaction previous {};
+  sigaction(SIGUSR1, &ignore, &previous);
+  MonotonicSleeper sleeper;
+  Clock::duration slept{};
+  std::thread sleeping([&] {
+    const auto begin = Clock::now();
+    sleeper.sleepFor(150ms);
+    slept = Clock::now() - begin;
+  });
+  std::this_thread::sleep_for(30ms);
+  pthread_kill(sleeping.native_handle(), SIGUSR1);
+  sleeping.join();
+  sigaction(SIGUSR1, &previous, nullptr);
+  EXPECT_GE(slept, 150ms);
+
+  const auto begin = Clock::now();
+  sleeper.sleepFor(0us);
+  sleeper.sleepFor(-5s);
+  EXPECT_LT(Clock::now() - begin, 1s);
+}
+
+TEST(SystemRandom, StaysBelowTheBound) {
+  SystemRandom random;
+  EXPECT_EQ(random.uniform(0), 0U);
+  EXPECT_EQ(random.uniform(1), 0U);
+  for (int i = 0; i < 1000; ++i)
+    ASSERT_LT(random.uniform(3), 3U);
+}
+
+}  // namespace
+}  // namespace vorrik::posix
