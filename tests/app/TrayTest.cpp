@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: MIT
+// The tray item in a real XEmbed tray host: it docks, and a click on it opens the status menu.
+// Runs under tests/e2e/with-xvfb.sh --tray.
+#include <QApplication>
+#include <QMenu>
+#include <QProcess>
+#include <QSystemTrayIcon>
+#include <QTest>
+
+#include <memory>
+
+#include "StubPanel.h"
+#include "app/AppDelegate.h"
+#include "l10n/L.h"
+#include "platform/fake/FakeSettingsLink.h"
+#include "platform/fake/Fakes.h"
+
+namespace vorrik {
+
+class TrayTest : public QObject {
+  Q_OBJECT
+
+  fake::FakeDefaultsStore defaults_;
+  fake::FakePreferredLanguages preferred_;
+  fake::FakeNotificationCenter center_;
+  fake::FakeTrust trust_;
+  fake::FakeSettingsLink link_;
+  std::unique_ptr<AppDelegate> delegate_;
+
+  static bool xdotool(const QStringList& arguments) {
+    return QProcess::execute(QStringLiteral("xdotool"), arguments) == 0;
+  }
+
+ private slots:
+  void initTestCase() {
+    QVERIFY2(qEnvironmentVariableIsSet("DISPLAY"), "run me under with-xvfb.sh --tray");
+    QTRY_VERIFY_WITH_TIMEOUT(QSystemTrayIcon::isSystemTrayAvailable(), 10000);
+    defaults_.setString(L::kLangKey, "en");
+    L::install({&defaults_, &preferred_, &center_});
+    delegate_ = std::make_unique<AppDelegate>(
+        AppDelegate::Services{center_, trust_, link_, [] { return std::make_unique<StubPanel>(); },
+                              [](const Alert&) { return kAlertSecondButton; }});
+    delegate_->applicationDidFinishLaunching();
+  }
+  void cleanupTestCase() {
+    delegate_.reset();
+    L::install({});
+  }
+
+  void theIconDocksInTheTray() {
+    // The tray host (at the top right of the screen) gives the icon its place; until it has
+    // reparented the icon, Qt reports the icon's own origin.
+    QTRY_VERIFY_WITH_TIMEOUT(delegate_->statusItem()->geometry().x() > 640, 10000);
+    QVERIFY(!delegate_->statusItem()->geometry().isEmpty());
+    QVERIFY(delegate_->statusItem()->isVisible());
+  }
+
+  void aClickOpensTheStatusMenu_data() {
+    QTest::addColumn<QString>("button");
+    QTest::newRow("left") << "1";
+    QTest::newRow("right") << "3";
+  }
+  void aClickOpensTheStatusMenu() {
+    QFETCH(QString, button);
+    const QPoint centre = delegate_->statusItem()->geometry().center();
+    QVERIFY(xdotool(
+        {"mousemove", QString::number(centre.x()), QString::number(centre.y()), "click", button}));
+    QTRY_VERIFY_WITH_TIMEOUT(QApplication::activePopupWidget() != nullptr, 5000);
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    QCOMPARE(menu, delegate_->statusMenu());
+    QStringList titles;
+    for (const QAction* action : menu->actions())
+      titles << action->text();
+    QCOMPARE(titles, (QStringList{"Show Vorrik", "Start / Stop (F6)", "",
+                                  "Accessibility settings...", "Language", "", "Quit Vorrik"}));
+    // The menu opens next to the icon, on screen.
+    QVERIFY(menu->screen()->geometry().contains(menu->geometry()));
+    menu->hide();
+    QTRY_VERIFY(QApplication::activePopupWidget() == nullptr);
+  }
+};
+
+}  // namespace vorrik
+
+QTEST_MAIN(vorrik::TrayTest)
+#include "TrayTest.moc"
