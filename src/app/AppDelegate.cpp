@@ -44,7 +44,9 @@ QAction* addItem(QMenu* menu, std::string_view key, QAction::MenuRole role = QAc
 
 AppDelegate::AppDelegate(Services services, QObject* parent)
     : QObject(parent), services_(std::move(services)) {
-  if (!services_.runAlert) services_.runAlert = &AppDelegate::runAlertModally;
+  if (!services_.runAlert) {
+    services_.runAlert = &AppDelegate::runAlertModally;
+  }
 }
 
 AppDelegate::~AppDelegate() {
@@ -83,7 +85,9 @@ void AppDelegate::applicationDidFinishLaunching() {
   // An ordinary application with windows and a menu: nothing to switch on this platform. The
   // menu bar lives in the panel's layout, so the panel comes first; nothing shows before show().
   panel_ = services_.makePanel();
-  if (!panel_) qFatal("Vorrik: the panel could not be created");
+  if (!panel_) {
+    qFatal("Vorrik: the panel could not be created");
+  }
   buildMenu();
   show();
 
@@ -105,8 +109,12 @@ void AppDelegate::applicationDidFinishLaunching() {
   statusItem_->show();
 
   services_.center.addObserver(L::changed(), [self = QPointer<AppDelegate>(this)] {
-    if (self) self->buildStatusMenu();
-    if (self) self->buildMenu();
+    if (self) {
+      self->buildStatusMenu();
+    }
+    if (self) {
+      self->buildMenu();
+    }
   });
 
   checkTrust();
@@ -118,10 +126,14 @@ bool AppDelegate::applicationShouldHandleReopen(bool /*hasVisibleWindows*/) {
 }
 
 void AppDelegate::checkTrust() {
-  if (services_.trust.isTrusted(false)) return;
+  if (services_.trust.isTrusted(false)) {
+    return;
+  }
   const int answer = services_.runAlert(
       {text("ax_title"), text("ax_body"), {text("open_settings"), text("later")}});
-  if (answer != kAlertFirstButton) return;
+  if (answer != kAlertFirstButton) {
+    return;
+  }
   services_.trust.isTrusted(true);
   services_.settingsLink.open();
 }
@@ -161,7 +173,9 @@ void AppDelegate::buildMenu() {
 
   // The bar sits above the panel's column; where the platform has a global menu bar, Qt moves
   // it there instead.
-  if (QLayout* layout = panel_->layout()) layout->setMenuBar(bar);
+  if (QLayout* layout = panel_->layout()) {
+    layout->setMenuBar(bar);
+  }
   if (mainMenu_) {
     // Later, because the old bar may be delivering the very action that caused this rebuild.
     mainMenu_->hide();
@@ -183,7 +197,9 @@ void AppDelegate::buildStatusMenu() {
   connect(quit, &QAction::triggered, this, &AppDelegate::quitApplication);
 
   statusItem_->setContextMenu(menu);
-  if (statusMenu_) statusMenu_->deleteLater();
+  if (statusMenu_) {
+    statusMenu_->deleteLater();
+  }
   statusMenu_ = menu;
 }
 
@@ -206,9 +222,13 @@ QMenu* AppDelegate::languageItem(QWidget* parent) {
 }
 
 void AppDelegate::pickLanguage(QAction* sender) {
-  if (!sender) return;
+  if (!sender) {
+    return;
+  }
   const QVariant code = sender->data();
-  if (code.typeId() != QMetaType::QString) return;
+  if (code.typeId() != QMetaType::QString) {
+    return;
+  }
   L::setLang(code.toString().toStdString());
 }
 
@@ -242,7 +262,9 @@ void AppDelegate::quitApplication() {
 }
 
 void AppDelegate::editInPanel(const std::function<void(QLineEdit*)>& edit) {
-  if (auto* field = qobject_cast<QLineEdit*>(panel_->focusWidget())) edit(field);
+  if (auto* field = qobject_cast<QLineEdit*>(panel_->focusWidget())) {
+    edit(field);
+  }
 }
 
 }  // namespace vorrik

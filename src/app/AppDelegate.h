@@ -69,15 +69,15 @@ class AppDelegate final : public QObject {
   static bool applicationShouldTerminateAfterLastWindowClosed() { return false; }
 
   // The panel, once start-up has built it.
-  QWidget* panel() const { return panel_.get(); }
+  [[nodiscard]] QWidget* panel() const { return panel_.get(); }
   // The tray item, once start-up has made it.
-  QSystemTrayIcon* statusItem() const { return statusItem_.get(); }
+  [[nodiscard]] QSystemTrayIcon* statusItem() const { return statusItem_.get(); }
   // The current menu bar above the panel; replaced at every language change.
-  QMenuBar* mainMenu() const { return mainMenu_; }
+  [[nodiscard]] QMenuBar* mainMenu() const { return mainMenu_; }
   // The current tray menu; replaced at every language change.
-  QMenu* statusMenu() const { return statusMenu_; }
+  [[nodiscard]] QMenu* statusMenu() const { return statusMenu_; }
 
- public slots:
+  // Menu commands.
   // Chooses the language whose code the action carries as a string; anything else does nothing.
   void pickLanguage(QAction* sender);
   // Shows the panel in front and gives it the keyboard.

@@ -21,13 +21,17 @@ constexpr QColor kRim{61, 232, 181, 90};
 void LetterIconEngine::paint(QPainter* painter, const QRect& rect, QIcon::Mode mode,
                              QIcon::State /*state*/) {
   const qreal side = std::min(rect.width(), rect.height());
-  if (side <= 0) return;
+  if (side <= 0) {
+    return;
+  }
   const QRectF square(rect.x() + (rect.width() - side) / 2.0,
                       rect.y() + (rect.height() - side) / 2.0, side, side);
 
   painter->save();
   painter->setRenderHint(QPainter::Antialiasing);
-  if (mode == QIcon::Disabled) painter->setOpacity(0.45);
+  if (mode == QIcon::Disabled) {
+    painter->setOpacity(0.45);
+  }
 
   // A faint rim keeps the badge visible on trays as dark as itself.
   const qreal rim = std::max(1.0, side / 32.0);
@@ -65,7 +69,9 @@ QPixmap LetterIconEngine::pixmap(const QSize& size, QIcon::Mode mode, QIcon::Sta
 QPixmap LetterIconEngine::scaledPixmap(const QSize& size, QIcon::Mode mode, QIcon::State state,
                                        qreal scale) {
   const QSize device = (QSizeF(size) * scale).toSize();
-  if (device.isEmpty()) return {};
+  if (device.isEmpty()) {
+    return {};
+  }
   QPixmap pixmap(device);
   pixmap.fill(Qt::transparent);
   {

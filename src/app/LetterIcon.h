@@ -14,8 +14,8 @@ class LetterIconEngine final : public QIconEngine {
   QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override;
   QPixmap scaledPixmap(const QSize& size, QIcon::Mode mode, QIcon::State state,
                        qreal scale) override;
-  QIconEngine* clone() const override;
-  QString key() const override;
+  [[nodiscard]] QIconEngine* clone() const override;
+  [[nodiscard]] QString key() const override;
 };
 
 // The mark as an icon.

@@ -26,11 +26,17 @@ SingleInstance::SingleInstance(QString name, QObject* parent)
 }
 
 bool SingleInstance::claim() {
-  if (askRunningInstance()) return false;
-  if (server_.listen(name_)) return true;
+  if (askRunningInstance()) {
+    return false;
+  }
+  if (server_.listen(name_)) {
+    return true;
+  }
   // Nobody answered, so the socket file is left over from a copy that crashed.
   QLocalServer::removeServer(name_);
-  if (server_.listen(name_)) return true;
+  if (server_.listen(name_)) {
+    return true;
+  }
   // Another copy started in between: let that one be the instance. If even that fails, run
   // without the guard rather than not at all.
   return !askRunningInstance();
@@ -39,11 +45,15 @@ bool SingleInstance::claim() {
 bool SingleInstance::askRunningInstance() {
   QLocalSocket socket;
   socket.connectToServer(name_);
-  if (!socket.waitForConnected(kConnectMs)) return false;
+  if (!socket.waitForConnected(kConnectMs)) {
+    return false;
+  }
   socket.write(kReopen);
   const bool sent = socket.waitForBytesWritten(kConnectMs);
   socket.disconnectFromServer();
-  if (socket.state() != QLocalSocket::UnconnectedState) socket.waitForDisconnected(kConnectMs);
+  if (socket.state() != QLocalSocket::UnconnectedState) {
+    socket.waitForDisconnected(kConnectMs);
+  }
   return sent;
 }
 
@@ -52,7 +62,9 @@ void SingleInstance::accept() {
     connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
     const auto read = [this, socket] {
       while (socket->canReadLine()) {
-        if (socket->readLine() == kReopen) emit reopenRequested();
+        if (socket->readLine() == kReopen) {
+          emit reopenRequested();
+        }
       }
     };
     connect(socket, &QLocalSocket::readyRead, this, read);

@@ -22,14 +22,16 @@ int main(int argc, char** argv) {
   QApplication app(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Vorrik"));
   QApplication::setApplicationVersion(QStringLiteral(VORRIK_SHORT_VERSION));
-  QApplication::setDesktopFileName(QStringLiteral("vorrik"));
+  QApplication::setDesktopFileName(QStringLiteral("example.vorrik.Vorrik"));
   QApplication::setWindowIcon(vorrik::letterIcon());
   // Closing the panel leaves Vorrik in the tray; only Quit ends it.
   QApplication::setQuitOnLastWindowClosed(
       vorrik::AppDelegate::applicationShouldTerminateAfterLastWindowClosed());
 
   vorrik::SingleInstance instance;
-  if (!instance.claim()) return 0;
+  if (!instance.claim()) {
+    return 0;
+  }
 
   vorrik::qt::QtDefaultsStore defaults;
   vorrik::qt::QtPreferredLanguages preferred;

@@ -6,7 +6,7 @@
 namespace vorrik::qt {
 
 QUrl QtSettingsLink::defaultUrl() {
-  return QUrl(QStringLiteral("https://vorrik.example/help/enable-xtest"));
+  return QUrl{QStringLiteral("https://vorrik.example/help/enable-xtest")};
 }
 
 void QtSettingsLink::open() {
