@@ -67,6 +67,7 @@ struct DelayCase {
   std::int64_t jitterMs;
   std::vector<std::uint32_t> draws;  // raw draws from 0 to 2 * jitter
   std::vector<std::int64_t> expected;
+  friend void PrintTo(const DelayCase& c, std::ostream* os) { *os << c.name; }
 };
 using Delays = WithRig<::testing::TestWithParam<DelayCase>>;
 
@@ -117,6 +118,7 @@ TEST_F(EngineTest, AbsurdSettingsNeitherOverflowNorStall) {
 struct BurstCase {
   std::int64_t burst;
   std::size_t clicksPerTick;
+  friend void PrintTo(const BurstCase& c, std::ostream* os) { *os << "burst " << c.burst; }
 };
 using Bursts = WithRig<::testing::TestWithParam<BurstCase>>;
 
@@ -142,6 +144,7 @@ struct StopAfterCase {
   std::int64_t burst;
   std::vector<std::size_t> pressesAfterTick;
   std::optional<std::string> done;
+  friend void PrintTo(const StopAfterCase& c, std::ostream* os) { *os << c.name; }
 };
 using StopAfter = WithRig<::testing::TestWithParam<StopAfterCase>>;
 
@@ -258,6 +261,7 @@ struct PostCase {
   std::vector<std::int64_t> states;
   std::vector<std::int64_t> atMs;  // posting times, from the first event
   std::vector<microseconds> pauses;
+  friend void PrintTo(const PostCase& c, std::ostream* os) { *os << rawValue(c.type); }
 };
 using Posting = WithRig<::testing::TestWithParam<PostCase>>;
 
@@ -293,6 +297,9 @@ struct FailCase {
   std::set<int> failingMakes;
   std::size_t posted;
   int makes;
+  friend void PrintTo(const FailCase& c, std::ostream* os) {
+    *os << rawValue(c.type) << ", make " << *c.failingMakes.begin() << " fails";
+  }
 };
 using FailedMake = WithRig<::testing::TestWithParam<FailCase>>;
 

@@ -21,6 +21,7 @@ struct FlipCase {
   std::vector<ScreenRect> screens;
   std::optional<ScreenRect> main;
   std::optional<ClickPoint> expected;
+  friend void PrintTo(const FlipCase& c, std::ostream* os) { *os << c.name; }
 };
 class Flip : public ::testing::TestWithParam<FlipCase> {};
 
