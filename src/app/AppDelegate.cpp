@@ -12,6 +12,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScreen>
 #include <QSystemTrayIcon>
 #include <QWidget>
 
@@ -97,8 +98,8 @@ void AppDelegate::applicationDidFinishLaunching() {
   // one-letter item that has nothing else to do.
   connect(statusItem_.get(), &QSystemTrayIcon::activated, this,
           [this](QSystemTrayIcon::ActivationReason reason) {
-            if (reason == QSystemTrayIcon::Trigger && statusMenu_) {
-              statusMenu_->popup(QCursor::pos());
+            if (reason == QSystemTrayIcon::Trigger) {
+              popUpStatusMenu();
             }
           });
   buildStatusMenu();
@@ -118,6 +119,26 @@ void AppDelegate::applicationDidFinishLaunching() {
   });
 
   checkTrust();
+}
+
+void AppDelegate::popUpStatusMenu() {
+  if (!statusMenu_) {
+    return;
+  }
+  // Drop the menu from the icon, not from the pointer, so it never hides the icon; above it
+  // when the tray sits at the bottom of the screen.
+  const QRect icon = statusItem_->geometry();
+  if (icon.isEmpty()) {
+    statusMenu_->popup(QCursor::pos());
+    return;
+  }
+  QPoint at = icon.bottomLeft() + QPoint(0, 1);
+  const QScreen* screen = QGuiApplication::screenAt(icon.center());
+  const int height = statusMenu_->sizeHint().height();
+  if (screen && at.y() + height > screen->availableGeometry().bottom()) {
+    at.setY(icon.top() - height);
+  }
+  statusMenu_->popup(at);
 }
 
 bool AppDelegate::applicationShouldHandleReopen(bool /*hasVisibleWindows*/) {

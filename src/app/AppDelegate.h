@@ -94,6 +94,7 @@ class AppDelegate final : public QObject {
   void buildStatusMenu();
   QMenu* languageItem(QWidget* parent);
   void checkTrust();
+  void popUpStatusMenu();
   void hideApplication();
   static void quitApplication();
   // Cut, copy, paste or select all in the panel's text field that has the keyboard.
