@@ -21,7 +21,8 @@
 #include "app/LetterIcon.h"
 #include "l10n/L.h"
 
-Q_LOGGING_CATEGORY(lcApp, "vorrik.app")
+// Quiet unless asked for, with QT_LOGGING_RULES="vorrik.app.debug=true".
+Q_LOGGING_CATEGORY(lcApp, "vorrik.app", QtInfoMsg)
 
 namespace vorrik {
 namespace {
