@@ -24,7 +24,9 @@ ClickEngine::~ClickEngine() {
     std::lock_guard lock(timerMutex_);
     ++generation_;
     running_.store(false);
-    if (timer_) timer_->cancel();
+    if (timer_) {
+      timer_->cancel();
+    }
   }
   // Destroying the timer waits for a tick in progress; that tick sees the new generation and
   // arms nothing. Its main-thread tasks find the engine gone and do nothing.
@@ -32,11 +34,15 @@ ClickEngine::~ClickEngine() {
 }
 
 void ClickEngine::start() {
-  if (running_.load()) return;
+  if (running_.load()) {
+    return;
+  }
   if (!ports_.trust.isTrusted(false)) {
     // Only the prompt matters here; its answer is not needed.
     ports_.trust.isTrusted(true);
-    if (onStop) onStop(L::t("ax_needed"));
+    if (onStop) {
+      onStop(L::t("ax_needed"));
+    }
     return;
   }
   std::uint64_t generation = 0;
@@ -50,15 +56,23 @@ void ClickEngine::start() {
   schedule(generation);
 }
 
+// The published signature takes the reason by value.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void ClickEngine::stop(std::optional<std::string> reason) {
-  if (!running_.load()) return;
+  if (!running_.load()) {
+    return;
+  }
   {
     std::lock_guard lock(timerMutex_);
     running_.store(false);
     ++generation_;
-    if (timer_) timer_->cancel();
+    if (timer_) {
+      timer_->cancel();
+    }
   }
-  if (onStop) onStop(reason);
+  if (onStop) {
+    onStop(reason);
+  }
 }
 
 std::int64_t ClickEngine::nextDelayMs() {
@@ -71,18 +85,26 @@ std::int64_t ClickEngine::nextDelayMs() {
 void ClickEngine::schedule(std::uint64_t generation) {
   const std::int64_t delayMs = nextDelayMs();
   std::lock_guard lock(timerMutex_);
-  if (generation != generation_.load() || !timer_) return;
+  if (generation != generation_.load() || !timer_) {
+    return;
+  }
   // The handler holds the engine weakly; the engine's destructor also waits for it to finish.
   timer_->arm(std::chrono::milliseconds(delayMs),
               [weak = std::weak_ptr<ClickEngine*>(self_), generation] {
-                if (const auto self = weak.lock()) (*self)->tick(generation);
+                if (const auto self = weak.lock()) {
+                  (*self)->tick(generation);
+                }
               });
 }
 
 void ClickEngine::tick(std::uint64_t generation) {
-  if (!running_.load() || generation != generation_.load()) return;
+  if (!running_.load() || generation != generation_.load()) {
+    return;
+  }
   fire(generation);
-  if (running_.load()) schedule(generation);
+  if (running_.load()) {
+    schedule(generation);
+  }
 }
 
 void ClickEngine::fire(std::uint64_t generation) {
@@ -94,25 +116,35 @@ void ClickEngine::fire(std::uint64_t generation) {
       // A stop-after task of a run that has meanwhile ended, or been followed by a new one,
       // must not end the new run.
       postTask([generation](ClickEngine& engine) {
-        if (!engine.running_.load() || engine.generation_.load() != generation) return;
+        if (!engine.running_.load() || engine.generation_.load() != generation) {
+          return;
+        }
         engine.stop(L::t("done", {{"n", std::to_string(engine.sessionClicks_.load())}}));
       });
       return;
     }
     // Without a target (no pointer position) the click is skipped but still counted, like one
     // whose events cannot be made.
-    if (const std::optional<ClickPoint> at = nextPoint()) post(*at);
+    if (const std::optional<ClickPoint> at = nextPoint()) {
+      post(*at);
+    }
     sessionClicks_.fetch_add(1);
     postTask([](ClickEngine& engine) {
-      if (engine.onTick) engine.onTick(engine.sessionClicks_.load());
+      if (engine.onTick) {
+        engine.onTick(engine.sessionClicks_.load());
+      }
     });
-    if (count >= 2) ports_.sleeper.sleepFor(kBurstGap);
+    if (count >= 2) {
+      ports_.sleeper.sleepFor(kBurstGap);
+    }
   }
 }
 
 std::optional<ClickPoint> ClickEngine::nextPoint() {
   const PointList::Snapshot snapshot = points.snapshot();
-  if (snapshot->empty()) return ports_.pointer.position();
+  if (snapshot->empty()) {
+    return ports_.pointer.position();
+  }
   const auto size = static_cast<std::int64_t>(snapshot->size());
   const std::int64_t i = pointIndex_.fetch_add(1) % size;
   return (*snapshot)[static_cast<std::size_t>(i)];
@@ -125,11 +157,17 @@ void ClickEngine::post(ClickPoint at) {
   EventInjector& injector = ports_.injector;
 
   for (int state = 1; state <= clicks; ++state) {
-    if (state > 1) ports_.sleeper.sleepFor(kDoubleGap);
+    if (state > 1) {
+      ports_.sleeper.sleepFor(kDoubleGap);
+    }
     std::optional<MouseEvent> down = injector.make(MouseAction::down, button, at);
-    if (!down) return;
+    if (!down) {
+      return;
+    }
     std::optional<MouseEvent> up = injector.make(MouseAction::up, button, at);
-    if (!up) return;
+    if (!up) {
+      return;
+    }
     down->clickState = state;
     up->clickState = state;
     injector.post(*down);
@@ -140,7 +178,9 @@ void ClickEngine::post(ClickPoint at) {
 
 void ClickEngine::postTask(std::function<void(ClickEngine&)> task) {
   ports_.mainQueue.post([weak = std::weak_ptr<ClickEngine*>(self_), task = std::move(task)] {
-    if (const auto self = weak.lock()) task(**self);
+    if (const auto self = weak.lock()) {
+      task(**self);
+    }
   });
 }
 

@@ -3,9 +3,9 @@
 
 #include <pthread.h>
 #include <sched.h>
-#include <stdlib.h>
 #include <sys/prctl.h>
-#include <time.h>
+#include <cstdlib>
+#include <ctime>
 
 #include <cerrno>
 #include <utility>
@@ -93,7 +93,9 @@ void WorkerTimer::run() {
 }
 
 void MonotonicSleeper::sleepFor(std::chrono::microseconds duration) {
-  if (duration.count() <= 0) return;
+  if (duration.count() <= 0) {
+    return;
+  }
   timespec deadline{};
   clock_gettime(CLOCK_MONOTONIC, &deadline);
   const auto total = std::chrono::nanoseconds(deadline.tv_nsec) + duration;
@@ -106,7 +108,9 @@ void MonotonicSleeper::sleepFor(std::chrono::microseconds duration) {
 }
 
 std::uint32_t SystemRandom::uniform(std::uint32_t upperBound) {
-  if (upperBound <= 1) return 0;
+  if (upperBound <= 1) {
+    return 0;
+  }
   return arc4random_uniform(upperBound);
 }
 

@@ -33,7 +33,9 @@ int onIOError(Display* display) {
   XIOErrorHandler previous = nullptr;
   {
     std::lock_guard lock(own.mutex);
-    if (own.displays.contains(display)) return 0;
+    if (own.displays.contains(display)) {
+      return 0;
+    }
     previous = own.previous;
   }
   // Someone else's connection: whatever handled it before (Xlib's own reports it and exits).
@@ -78,12 +80,16 @@ struct RootPosition {
 
 // Root coordinates travel as 16-bit signed integers in the XTest request.
 std::optional<RootPosition> rootPosition(ClickPoint at) {
-  if (!std::isfinite(at.x) || !std::isfinite(at.y)) return std::nullopt;
+  if (!std::isfinite(at.x) || !std::isfinite(at.y)) {
+    return std::nullopt;
+  }
   const double x = std::round(at.x);
   const double y = std::round(at.y);
   constexpr double kLow = std::numeric_limits<std::int16_t>::min();
   constexpr double kHigh = std::numeric_limits<std::int16_t>::max();
-  if (x < kLow || x > kHigh || y < kLow || y > kHigh) return std::nullopt;
+  if (x < kLow || x > kHigh || y < kLow || y > kHigh) {
+    return std::nullopt;
+  }
   return RootPosition{static_cast<int>(x), static_cast<int>(y)};
 }
 
@@ -94,24 +100,30 @@ std::optional<RootPosition> rootPosition(ClickPoint at) {
 class Connection {
  public:
   explicit Connection(const char* displayName) : display_(openDisplay(displayName)) {
-    if (display_ == nullptr) return;
+    if (display_ == nullptr) {
+      return;
+    }
     XSetIOErrorExitHandler(display_, &Connection::lost, this);
     xtest_ = hasXTest(display_);
   }
   ~Connection() {
-    if (display_ != nullptr) closeDisplay(display_);
+    if (display_ != nullptr) {
+      closeDisplay(display_);
+    }
   }
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  bool healthy() const { return display_ != nullptr && !broken_.load(); }
-  bool xtest() const { return xtest_; }
+  [[nodiscard]] bool healthy() const { return display_ != nullptr && !broken_.load(); }
+  [[nodiscard]] bool xtest() const { return xtest_; }
 
   // Runs use(display) under the lock while the connection is healthy; false when it is not.
   template <typename Use>
   bool with(Use&& use) {
     std::lock_guard lock(mutex_);
-    if (!healthy()) return false;
+    if (!healthy()) {
+      return false;
+    }
     std::forward<Use>(use)(display_);
     return true;
   }
@@ -137,13 +149,17 @@ bool X11Injector::connected() const {
 }
 
 std::optional<MouseEvent> X11Injector::make(MouseAction action, MouseButton button, ClickPoint at) {
-  if (!connected() || !rootPosition(at)) return std::nullopt;
+  if (!connected() || !rootPosition(at)) {
+    return std::nullopt;
+  }
   return MouseEvent{action, button, at, 1};
 }
 
 void X11Injector::post(const MouseEvent& event) {
   const std::optional<RootPosition> to = rootPosition(event.at);
-  if (!to || !connection_->xtest()) return;
+  if (!to || !connection_->xtest()) {
+    return;
+  }
   const unsigned button = event.button == MouseButton::right ? 3 : 1;
   const Bool press = event.action == MouseAction::down ? True : False;
   connection_->with([&](Display* display) {
@@ -179,12 +195,16 @@ std::optional<ClickPoint> X11Pointer::position() {
 }
 
 X11Trust::X11Trust(const char* displayName) {
-  if (displayName != nullptr) displayName_ = displayName;
+  if (displayName != nullptr) {
+    displayName_ = displayName;
+  }
 }
 
 bool X11Trust::isTrusted(bool /*prompt*/) {
   Display* display = openDisplay(displayName_ ? displayName_->c_str() : nullptr);
-  if (display == nullptr) return false;
+  if (display == nullptr) {
+    return false;
+  }
   const bool trusted = hasXTest(display);
   closeDisplay(display);
   return trusted;

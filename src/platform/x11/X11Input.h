@@ -34,7 +34,7 @@ class X11Injector final : public EventInjector {
   void post(const MouseEvent& event) override;
 
   // True while the display connection is open and healthy.
-  bool connected() const;
+  [[nodiscard]] bool connected() const;
 
  private:
   std::unique_ptr<Connection> connection_;
