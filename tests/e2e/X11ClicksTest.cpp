@@ -32,7 +32,9 @@ struct Button {
 class Receiver {
  public:
   Receiver() : display_(XOpenDisplay(nullptr)) {
-    if (display_ == nullptr) return;
+    if (display_ == nullptr) {
+      return;
+    }
     XSetWindowAttributes attributes{};
     attributes.override_redirect = True;
     attributes.event_mask = ButtonPressMask | ButtonReleaseMask | StructureNotifyMask;
@@ -48,12 +50,14 @@ class Receiver {
     } while (event.type != MapNotify);
   }
   ~Receiver() {
-    if (display_ != nullptr) XCloseDisplay(display_);
+    if (display_ != nullptr) {
+      XCloseDisplay(display_);
+    }
   }
   Receiver(const Receiver&) = delete;
   Receiver& operator=(const Receiver&) = delete;
 
-  bool ready() const { return display_ != nullptr; }
+  [[nodiscard]] bool ready() const { return display_ != nullptr; }
 
   void warpPointer(int x, int y) {
     XWarpPointer(display_, None, DefaultRootWindow(display_), 0, 0, 0, 0, x, y);
@@ -75,7 +79,9 @@ class Receiver {
       }
       const auto left =
           std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-      if (left <= 0ms) return received_;
+      if (left <= 0ms) {
+        return received_;
+      }
       pollfd fd{ConnectionNumber(display_), POLLIN, 0};
       poll(&fd, 1, static_cast<int>(left.count()));
     }
@@ -107,8 +113,11 @@ class X11Clicks : public ::testing::Test {
 
   static std::vector<Button> presses(const std::vector<Button>& events) {
     std::vector<Button> out;
-    for (const Button& b : events)
-      if (b.press) out.push_back(b);
+    for (const Button& b : events) {
+      if (b.press) {
+        out.push_back(b);
+      }
+    }
     return out;
   }
 
@@ -174,8 +183,9 @@ TEST_F(X11Clicks, AfterAStopOnlyTheRestOfTheBurstArrives) {
   const auto down = presses(receiver.take(500ms));
   EXPECT_EQ(down.size() % 4, 0U) << "bursts run to their end";
   EXPECT_LE(static_cast<std::int64_t>(down.size()), reported + 4);
-  for (const Button& b : down)
+  for (const Button& b : down) {
     EXPECT_EQ(b.at, (ClickPoint{321, 234})) << "clicks land at the cursor";
+  }
 }
 
 TEST_F(X11Clicks, DoubleClickSendsTwoPairsAbout48msApart) {

@@ -31,8 +31,9 @@ void installEnglish() {
 
 std::vector<std::int64_t> delaysMs(const fake::FakeTimer& timer) {
   std::vector<std::int64_t> ms;
-  for (auto d : timer.delays())
+  for (auto d : timer.delays()) {
     ms.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(d).count());
+  }
   return ms;
 }
 
@@ -52,12 +53,14 @@ TEST_F(EngineTest, NewEngineClicksLeftOncePerTickAtTheCursorEvery120msWithoutLim
   engine.start();
   EXPECT_TRUE(engine.running());
   EXPECT_TRUE(rig.injector.events().empty()) << "the first click comes one delay after start";
-  for (int i = 0; i < 30; ++i)
+  for (int i = 0; i < 30; ++i) {
     ASSERT_TRUE(rig.tick());
+  }
   EXPECT_EQ(delaysMs(*rig.timer), std::vector<std::int64_t>(31, 120));
   EXPECT_EQ(rig.injector.presses(), 30U);
-  for (const MouseEvent& e : rig.injector.events())
+  for (const MouseEvent& e : rig.injector.events()) {
     EXPECT_EQ(e, (MouseEvent{e.action, MouseButton::left, {5, 6}, 1}));
+  }
   EXPECT_EQ(rig.log.back(), "tick 30");
 }
 
@@ -77,8 +80,9 @@ TEST_P(Delays, FollowIntervalJitterAndFloors) {
   engine.jitterMs = c.jitterMs;
   rig.random.script(c.draws);
   engine.start();
-  for (std::size_t i = 1; i < c.expected.size(); ++i)
+  for (std::size_t i = 1; i < c.expected.size(); ++i) {
     rig.tick();
+  }
   EXPECT_EQ(delaysMs(*rig.timer), c.expected);
 }
 
@@ -100,8 +104,9 @@ TEST_F(EngineTest, JitterCoversEveryWholeMillisecondOnce) {
   std::iota(draws.begin(), draws.end(), 0U);
   rig.random.script(draws);
   engine.start();
-  for (int i = 1; i < 25; ++i)
+  for (int i = 1; i < 25; ++i) {
     rig.tick();
+  }
   const auto ms = delaysMs(*rig.timer);
   EXPECT_EQ(std::set<std::int64_t>(ms.begin(), ms.end()).size(), 25U);
   EXPECT_EQ(*std::min_element(ms.begin(), ms.end()), 108);
@@ -159,7 +164,9 @@ TEST_P(StopAfter, NeverExceedsTheCountAndStopsAtTheCheckBeforeTheNextClick) {
     EXPECT_EQ(rig.injector.presses(), presses);
   }
   EXPECT_EQ(engine.running(), !c.done);
-  if (!c.done) return;
+  if (!c.done) {
+    return;
+  }
   EXPECT_EQ(rig.log.back(), "stop " + *c.done);
   EXPECT_FALSE(rig.timer->armed());
   const auto sleeps = rig.sleeper.sleeps();
@@ -178,8 +185,9 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(EngineTest, TargetsRotateAndEachRunStartsAtTheFirstPoint) {
   engine.points.assign({A, B, C});
   engine.start();
-  for (int i = 0; i < 5; ++i)
+  for (int i = 0; i < 5; ++i) {
     rig.tick();
+  }
   engine.stop("Stopped");
   engine.start();
   rig.tick();
@@ -200,8 +208,9 @@ TEST_F(EngineTest, PointsAddedOrClearedDuringARunKeepTheRotationIndex) {
   rig.pointer.moveTo(cursor);
   engine.points.assign({A, B});
   engine.start();
-  for (int i = 0; i < 4; ++i)
+  for (int i = 0; i < 4; ++i) {
     rig.tick();
+  }
   engine.points.append(C);
   rig.tick();  // index 4 modulo 3: the second point
   engine.points.clear();
@@ -246,7 +255,9 @@ TEST_F(EngineTest, StopDuringABurstLetsTheBurstFinishThenNothingMore) {
   engine.burst = 10;
   std::size_t downs = 0;
   rig.injector.onPost([&](const MouseEvent& e) {
-    if (e.action == MouseAction::down && ++downs == 3) engine.stop("Stopped");
+    if (e.action == MouseAction::down && ++downs == 3) {
+      engine.stop("Stopped");
+    }
   });
   engine.start();
   rig.tick();
@@ -334,8 +345,9 @@ TEST_F(EngineTest, ClickTypeChangeTakesEffectAtTheNextClick) {
   engine.start();
   rig.tick();
   std::vector<MouseButton> buttons;
-  for (const MouseEvent& e : rig.injector.events())
+  for (const MouseEvent& e : rig.injector.events()) {
     buttons.push_back(e.button);
+  }
   EXPECT_EQ(buttons, (std::vector<MouseButton>{MouseButton::left, MouseButton::left,
                                                MouseButton::right, MouseButton::right}));
 }

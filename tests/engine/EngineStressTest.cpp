@@ -20,7 +20,9 @@ template <typename Pred>
 bool pumpUntil(EngineRig& rig, Pred pred, std::chrono::milliseconds limit = 10s) {
   const auto deadline = Clock::now() + limit;
   while (!pred()) {
-    if (Clock::now() > deadline) return false;
+    if (Clock::now() > deadline) {
+      return false;
+    }
     rig.queue.drain();
     std::this_thread::sleep_for(1ms);
   }
@@ -36,9 +38,13 @@ TEST(EngineStress, StormsFromTheMainThreadKeepEveryRunWithinItsCount) {
   std::atomic<std::int64_t> presses{0};
   std::atomic<int> pressesAtTheLimit{0};
   rig.injector.onPost([&](const MouseEvent& e) {
-    if (e.action != MouseAction::down || e.clickState != 1) return;  // one per click
+    if (e.action != MouseAction::down || e.clickState != 1) {
+      return;  // one per click
+    }
     ++presses;
-    if (engine.sessionClicks() >= kMax) ++pressesAtTheLimit;
+    if (engine.sessionClicks() >= kMax) {
+      ++pressesAtTheLimit;
+    }
   });
   int runs = 0;
   int stops = 0;
@@ -47,7 +53,9 @@ TEST(EngineStress, StormsFromTheMainThreadKeepEveryRunWithinItsCount) {
   engine.onTick = [&](std::int64_t n) { highestTick = std::max(highestTick, n); };
   engine.onStop = [&](const std::optional<std::string>& reason) {
     ++stops;
-    if (reason != "Stopped") doneTexts.push_back(reason.value_or("-"));
+    if (reason != "Stopped") {
+      doneTexts.push_back(reason.value_or("-"));
+    }
   };
 
   std::mt19937 random(20240601);
@@ -55,11 +63,11 @@ TEST(EngineStress, StormsFromTheMainThreadKeepEveryRunWithinItsCount) {
   while (Clock::now() < end) {
     switch (random() % 12) {
       case 0:
-        engine.intervalMs = random() % 2 != 0 ? 50 : 10;
-        engine.jitterMs = random() % 40;
+        engine.intervalMs = random() % 2 != 0 ? std::int64_t{50} : std::int64_t{10};
+        engine.jitterMs = static_cast<std::int64_t>(random() % 40);
         break;
       case 1:
-        engine.burst = random() % 4;
+        engine.burst = static_cast<std::int64_t>(random() % 4);
         break;
       case 2:
         engine.clickType = allClickTypes.at(random() % 3);
@@ -79,7 +87,9 @@ TEST(EngineStress, StormsFromTheMainThreadKeepEveryRunWithinItsCount) {
         break;
       }
       case 6:
-        if (random() % 32 == 0) engine.stop("Stopped");
+        if (random() % 32 == 0) {
+          engine.stop("Stopped");
+        }
         break;
       case 7:
         rig.queue.drain();
@@ -95,8 +105,9 @@ TEST(EngineStress, StormsFromTheMainThreadKeepEveryRunWithinItsCount) {
   EXPECT_EQ(pressesAtTheLimit.load(), 0);
   EXPECT_LE(highestTick, kMax);
   EXPECT_EQ(stops, runs) << "onStop exactly once per run";
-  for (const std::string& text : doneTexts)
+  for (const std::string& text : doneTexts) {
     EXPECT_EQ(text, "Done: 4 clicks.");
+  }
 
   // From a quiet start, a whole run posts exactly its count and nothing follows its stop.
   std::this_thread::sleep_for(100ms);

@@ -71,14 +71,16 @@ TEST_P(SystemJitter, IsUniformOverExactlyMinusJToPlusJ) {
   const std::int64_t values = 2 * j + 1;
   const std::int64_t perValue = 2000;
   std::map<std::int64_t, std::int64_t> seen;
-  for (std::int64_t i = 0; i < values * perValue; ++i)
+  for (std::int64_t i = 0; i < values * perValue; ++i) {
     ++seen[drawJitter(random, j)];
+  }
   ASSERT_EQ(static_cast<std::int64_t>(seen.size()), values);
   EXPECT_EQ(seen.begin()->first, -j);
   EXPECT_EQ(seen.rbegin()->first, j);
   double chiSquare = 0;
-  for (const auto& [value, count] : seen)
+  for (const auto& [value, count] : seen) {
     chiSquare += double(count - perValue) * double(count - perValue) / double(perValue);
+  }
   EXPECT_LT(chiSquare, threshold);
 }
 
@@ -87,8 +89,9 @@ INSTANTIATE_TEST_SUITE_P(Targets, SystemJitter,
                                            std::pair<std::int64_t, double>{12, 80.0}));
 
 TEST(ClickTypes, RawValuesRoundTripAndOthersGiveNothing) {
-  for (ClickType type : allClickTypes)
+  for (ClickType type : allClickTypes) {
     EXPECT_EQ(clickTypeFromRaw(rawValue(type)), type);
+  }
   EXPECT_EQ(rawValue(ClickType::double_), "double");
   EXPECT_EQ(clickTypeFromRaw("Double"), std::nullopt);
   EXPECT_EQ(clickTypeFromRaw(""), std::nullopt);

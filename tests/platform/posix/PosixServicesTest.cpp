@@ -2,7 +2,7 @@
 // Time bounds here are deliberately loose: they tell "ran" from "never ran", not how precisely.
 #include <gtest/gtest.h>
 #include <pthread.h>
-#include <signal.h>
+#include <csignal>
 
 #include <condition_variable>
 #include <mutex>
@@ -150,8 +150,9 @@ TEST(SystemRandom, StaysBelowTheBound) {
   SystemRandom random;
   EXPECT_EQ(random.uniform(0), 0U);
   EXPECT_EQ(random.uniform(1), 0U);
-  for (int i = 0; i < 1000; ++i)
+  for (int i = 0; i < 1000; ++i) {
     ASSERT_LT(random.uniform(3), 3U);
+  }
 }
 
 }  // namespace
