@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#include "MainThreadQueue.h"
+
+#include <utility>
+
+namespace vorrik::bench {
+
+void MainThreadQueue::post(std::function<void()> task) {
+  {
+    const std::lock_guard lock(mutex_);
+    tasks_.push_back(std::move(task));
+  }
+  posted_.notify_one();
+}
+
+bool MainThreadQueue::runUntil(const std::function<bool()>& done,
+                               std::chrono::steady_clock::time_point deadline) {
+  while (!done()) {
+    std::function<void()> task;
+    {
+      std::unique_lock lock(mutex_);
+      if (!posted_.wait_until(lock, deadline, [&] { return !tasks_.empty(); })) {
+        return done();
+      }
+      task = std::move(tasks_.front());
+      tasks_.pop_front();
+    }
+    // Outside the lock: a task may post further tasks.
+    task();
+  }
+  return true;
+}
+
+}  // namespace vorrik::bench

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+#include "Processes.h"
+
+#include <spawn.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <csignal>
+
+#include <cstdint>
+#include <fstream>
+#include <sstream>
+
+namespace vorrik::bench {
+
+namespace {
+
+std::chrono::nanoseconds cpuOf(const rusage& usage) {
+  auto of = [](const timeval& t) {
+    return std::chrono::seconds(t.tv_sec) + std::chrono::microseconds(t.tv_usec);
+  };
+  return of(usage.ru_utime) + of(usage.ru_stime);
+}
+
+}  // namespace
+
+BusyCore::BusyCore() {
+  const pid_t parent = getpid();
+  pid_ = fork();
+  if (pid_ != 0) {
+    return;
+  }
+  // Child: die with the benchmark however it ends, then spin. Only async-signal-safe calls
+  // here, since the parent has threads.
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != parent) {
+    _exit(0);
+  }
+  volatile std::uint64_t spins = 0;
+  for (;;) {
+    spins = spins + 1;
+  }
+}
+
+BusyCore::~BusyCore() {
+  if (pid_ <= 0) {
+    return;
+  }
+  kill(pid_, SIGKILL);
+  waitpid(pid_, nullptr, 0);
+}
+
+std::optional<ChildRun> runChild(const std::vector<std::string>& argv) {
+  std::vector<char*> args;
+  args.reserve(argv.size() + 1);
+  for (const auto& arg : argv) {
+    args.push_back(const_cast<char*>(arg.c_str()));
+  }
+  args.push_back(nullptr);
+
+  pid_t pid = -1;
+  if (posix_spawnp(&pid, args[0], nullptr, nullptr, args.data(), environ) != 0) {
+    return std::nullopt;
+  }
+  int status = 0;
+  rusage usage{};
+  if (wait4(pid, &status, 0, &usage) != pid) {
+    return std::nullopt;
+  }
+  ChildRun run;
+  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  run.cpuTime = cpuOf(usage);
+  return run;
+}
+
+std::chrono::nanoseconds processCpuTime() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return cpuOf(usage);
+}
+
+std::optional<long> statusKiB(const std::string& field) {
+  std::ifstream status("/proc/self/status");
+  std::string line;
+  const std::string prefix = field + ":";
+  while (std::getline(status, line)) {
+    if (line.rfind(prefix, 0) != 0) {
+      continue;
+    }
+    std::istringstream rest(line.substr(prefix.size()));
+    long kib = 0;
+    if (rest >> kib) {
+      return kib;
+    }
+    return std::nullopt;
+  }
+  return std::nullopt;
+}
+
+}  // namespace vorrik::bench

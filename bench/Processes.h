@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vorrik::bench {
+
+// A child process that keeps one core busy from construction to destruction.
+class BusyCore {
+ public:
+  BusyCore();
+  // Kills and reaps the child.
+  ~BusyCore();
+  BusyCore(const BusyCore&) = delete;
+  BusyCore& operator=(const BusyCore&) = delete;
+
+ private:
+  pid_t pid_ = -1;
+};
+
+// How a finished child process went.
+struct ChildRun {
+  int exitCode = -1;
+  std::chrono::nanoseconds cpuTime{0};
+};
+
+// Runs argv (the program looked up on PATH) to completion; nothing when it could not start.
+std::optional<ChildRun> runChild(const std::vector<std::string>& argv);
+
+// CPU time (user + system) this process has used so far, all its threads together.
+std::chrono::nanoseconds processCpuTime();
+
+// A line of /proc/self/status such as VmRSS, in KiB; nothing when it cannot be read.
+std::optional<long> statusKiB(const std::string& field);
+
+}  // namespace vorrik::bench
