@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "PressReceiver.h"
+#include "Clock.h"
 
 namespace vorrik::bench {
 
@@ -38,6 +38,10 @@ void TimedTimer::arm(std::chrono::nanoseconds delay, Handler handler) {
 }
 
 void TimedTimer::cancel() {
+  {
+    const std::lock_guard lock(mutex_);
+    lastDeadline_.reset();
+  }
   inner_->cancel();
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "PressReceiver.h"
 
+#include "Clock.h"
+
 #include <X11/Xlib.h>
 #include <X11/extensions/XInput2.h>
 #include <poll.h>
@@ -19,17 +21,7 @@ namespace {
 
 constexpr int kLeftButton = 1;
 
-std::chrono::nanoseconds readClock(clockid_t clock) {
-  timespec now{};
-  clock_gettime(clock, &now);
-  return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
-}
-
 }  // namespace
-
-std::chrono::nanoseconds monotonicNow() {
-  return readClock(CLOCK_MONOTONIC);
-}
 
 struct PressReceiver::Connection {
   Display* display = nullptr;

@@ -56,7 +56,4 @@ class PressReceiver {
   std::optional<clockid_t> cpuClock_;
 };
 
-// CLOCK_MONOTONIC now, the clock every press and deadline of the benchmark is read on.
-std::chrono::nanoseconds monotonicNow();
-
 }  // namespace vorrik::bench

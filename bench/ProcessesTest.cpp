@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "Processes.h"
+
+namespace vorrik::bench {
+namespace {
+
+struct ChildCase {
+  const char* name;
+  std::vector<std::string> argv;
+  int exitCode;
+};
+
+void PrintTo(const ChildCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
+class RunChild : public testing::TestWithParam<ChildCase> {};
+
+TEST_P(RunChild, ReportsHowTheChildEnded) {
+  const auto run = runChild(GetParam().argv);
+  ASSERT_TRUE(run);
+  EXPECT_EQ(run->exitCode, GetParam().exitCode);
+  EXPECT_GE(run->cpuTime.count(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Endings, RunChild,
+    testing::Values(ChildCase{"Success", {"true"}, 0},
+                    ChildCase{"Failure", {"sh", "-c", "exit 3"}, 3},
+                    // Killed by a signal: 128 + its number, as a shell reports it.
+                    ChildCase{"Killed", {"sh", "-c", "kill -9 $$"}, 137}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(RunChild, IsNothingForAProgramThatDoesNotExist) {
+  EXPECT_FALSE(runChild({"vorrik-no-such-program"}));
+}
+
+TEST(ProcessStatus, ReadsSizesAndIsNothingForAnUnknownField) {
+  const auto rss = statusKiB("VmRSS");
+  ASSERT_TRUE(rss);
+  EXPECT_GT(*rss, 0);
+  EXPECT_GE(statusKiB("VmHWM").value_or(0), *rss);
+  EXPECT_FALSE(statusKiB("NoSuchField"));
+  // A prefix of a real field is not that field.
+  EXPECT_FALSE(statusKiB("VmRS"));
+}
+
+TEST(ProcessStatus, CpuTimeNeverRunsBackwards) {
+  const auto before = processCpuTime();
+  volatile double sink = 0;
+  for (int i = 0; i < 1'000'000; ++i) {
+    sink = sink + i;
+  }
+  EXPECT_GE(processCpuTime(), before);
+}
+
+TEST(BusyCore, StartsAndStopsWithoutLeavingTheChildBehind) {
+  // The destructor reaps the child, so a later runChild() sees only its own.
+  { const BusyCore load; }
+  const auto run = runChild({"true"});
+  ASSERT_TRUE(run);
+  EXPECT_EQ(run->exitCode, 0);
+}
+
+}  // namespace
+}  // namespace vorrik::bench
