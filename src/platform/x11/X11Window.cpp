@@ -38,7 +38,9 @@ bool hasWindowManager(Display* display) {
       XGetWindowProperty(display, DefaultRootWindow(display), check, 0, 1, False, XA_WINDOW, &type,
                          &format, &count, &after, &data) == Success &&
       type == XA_WINDOW && count == 1;
-  if (data != nullptr) XFree(data);
+  if (data != nullptr) {
+    XFree(data);
+  }
   return found;
 }
 
@@ -56,7 +58,9 @@ std::vector<Atom> atomList(Display* display, ::Window window, Atom property) {
     const auto* values = reinterpret_cast<const Atom*>(data);
     atoms.assign(values, values + count);
   }
-  if (data != nullptr) XFree(data);
+  if (data != nullptr) {
+    XFree(data);
+  }
   return atoms;
 }
 
@@ -86,7 +90,9 @@ X11WindowSystem::X11WindowSystem() {
 }
 
 void X11WindowSystem::showOnAllWorkspaces(Window window) {
-  if (display_ == nullptr || window == 0) return;
+  if (display_ == nullptr || window == 0) {
+    return;
+  }
   Display* display = display_;
   const auto id = static_cast<::Window>(window);
   const Atom state = XInternAtom(display, "_NET_WM_STATE", False);
@@ -101,7 +107,9 @@ void X11WindowSystem::showOnAllWorkspaces(Window window) {
   }
   if (!isMapped(display, id) || !hasWindowManager(display)) {
     std::vector<Atom> atoms = atomList(display, id, state);
-    if (std::find(atoms.begin(), atoms.end(), sticky) == atoms.end()) atoms.push_back(sticky);
+    if (std::find(atoms.begin(), atoms.end(), sticky) == atoms.end()) {
+      atoms.push_back(sticky);
+    }
     XChangeProperty(display, id, state, XA_ATOM, 32, PropModeReplace,
                     reinterpret_cast<const unsigned char*>(atoms.data()),
                     static_cast<int>(atoms.size()));
@@ -113,7 +121,9 @@ void X11WindowSystem::showOnAllWorkspaces(Window window) {
 }
 
 void X11WindowSystem::setTakesKeyboard(Window window, bool takes) {
-  if (display_ == nullptr || window == 0) return;
+  if (display_ == nullptr || window == 0) {
+    return;
+  }
   const auto id = static_cast<::Window>(window);
   XWMHints* hints = XGetWMHints(display_, id);
   XWMHints fresh{};
@@ -121,7 +131,9 @@ void X11WindowSystem::setTakesKeyboard(Window window, bool takes) {
   target->flags |= InputHint;
   target->input = takes ? True : False;
   XSetWMHints(display_, id, target);
-  if (hints != nullptr) XFree(hints);
+  if (hints != nullptr) {
+    XFree(hints);
+  }
   XFlush(display_);
 }
 

@@ -4,7 +4,7 @@
 #include "platform/WindowSystem.h"
 
 // Xlib's Display, without pulling Xlib's macros into every includer.
-struct _XDisplay;
+struct _XDisplay;  // NOLINT(bugprone-reserved-identifier): Xlib's own name
 
 namespace vorrik::x11 {
 

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QWidget>
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "engine/ClickEngine.h"
+#include "platform/InputMonitor.h"
+#include "platform/NotificationCenter.h"
+#include "platform/OneShotTimer.h"
+#include "platform/WindowSystem.h"
+
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+
+namespace vorrik {
+
+class Lamp;
+class Stepper;
+
+// The application's one control window: a floating utility panel that stays above other
+// windows, shows on every workspace and keeps the keyboard away from the application being
+// clicked unless one of its text fields is clicked. One column holds every control.
+class VorrikPanel : public QWidget {
+  Q_OBJECT
+
+ public:
+  // What the panel and its engine run on; every reference and pointer must outlive the panel.
+  struct Services {
+    ClickEngine::Ports engine;
+    std::unique_ptr<OneShotTimer> timer;
+    // Delivers the language-change notification.
+    NotificationCenter& center;
+    // Global key and mouse observation; null leaves the hotkey and point picking inert.
+    InputMonitor* input = nullptr;
+    // Window-manager requests; null when there is no window manager to ask.
+    WindowSystem* windows = nullptr;
+  };
+
+  // Builds, wires and centres the panel; it is not shown.
+  explicit VorrikPanel(Services services);
+  ~VorrikPanel() override;
+  VorrikPanel(const VorrikPanel&) = delete;
+  VorrikPanel& operator=(const VorrikPanel&) = delete;
+
+  // The fields, created once by the constructor and never replaced.
+  ClickEngine engine;
+  QLabel* const status;
+  Lamp* const dot;
+  QPushButton* const startBtn;
+  QComboBox* const presetPop;
+  QLineEdit* const customMs;
+  QComboBox* const typePop;
+  Stepper* const burstStep;
+  QLabel* const burstLabel;
+  QCheckBox* const jitterCheck;
+  QLineEdit* const maxClicks;
+  QLabel* const pointsLabel;
+  QPushButton* const addPointBtn;
+  QPushButton* const clearPointsBtn;
+  QLabel* const stats;
+  QComboBox* const langPop;
+  // The five section headers by catalogue key.
+  std::map<std::string, QLabel*> sectionLabels;
+  std::optional<InputMonitor::Handle> hotkeyMonitor;
+  std::optional<InputMonitor::Handle> pickMonitor;
+  std::optional<InputMonitor::Handle> pickLocal;
+
+  // The width of the column and of every full-width item in it.
+  static constexpr int kColumnWidth = 272;
+  static constexpr int kContentWidth = 300;
+  static constexpr int kContentHeight = 480;
+
+ public slots:  // NOLINT(readability-redundant-access-specifiers): moc needs the slot section
+  // Starts a stopped run with the panel's settings, or stops the run in progress.
+  void toggle();
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+  void showEvent(QShowEvent* event) override;
+  bool event(QEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void buildUI();
+  void wire();
+  void installHotkey();
+
+  // Control actions.
+  void presetChanged();
+  void typeChanged();
+  void burstChanged();
+  void jitterChanged();
+  void addPoint();
+  void clearPoints();
+  void langChanged();
+
+  // Writes the interval, jitter and stop-after count of the controls into the engine.
+  void applySettings();
+  void setRunning(bool running);
+  // Rewrites every text in the current language.
+  void relabel();
+
+  InputMonitor* input_;
+  WindowSystem* windows_;
+};
+
+}  // namespace vorrik
