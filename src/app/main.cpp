@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The entry point: one instance per user, the delegate, the event loop.
+// The entry point: one instance per user, the services, the delegate and the event loop.
 #include <QApplication>
 #include <QMetaObject>
-#include <QVBoxLayout>
 
 #include <memory>
 
@@ -10,9 +9,14 @@
 #include "app/LetterIcon.h"
 #include "app/SingleInstance.h"
 #include "l10n/L.h"
+#include "panel/Theme.h"
+#include "panel/VorrikPanel.h"
+#include "platform/posix/PosixServices.h"
 #include "platform/qt/QtServices.h"
 #include "platform/qt/QtSettingsLink.h"
 #include "platform/x11/X11Input.h"
+#include "platform/x11/X11InputMonitor.h"
+#include "platform/x11/X11Window.h"
 
 #ifndef VORRIK_SHORT_VERSION
 #define VORRIK_SHORT_VERSION ""
@@ -32,36 +36,46 @@ int main(int argc, char** argv) {
   if (!instance.claim()) {
     return 0;
   }
+  vorrik::applyDarkTheme(app);
 
   vorrik::qt::QtDefaultsStore defaults;
   vorrik::qt::QtPreferredLanguages preferred;
   vorrik::qt::QtNotificationCenter center;
   vorrik::L::install({&defaults, &preferred, &center});
+
+  vorrik::qt::QtMainQueue mainQueue;
   vorrik::x11::X11Trust trust;
+  vorrik::x11::X11Injector injector;
+  vorrik::x11::X11Pointer pointer;
+  vorrik::posix::MonotonicSleeper sleeper;
+  vorrik::posix::SystemRandom random;
+  vorrik::x11::X11InputMonitor input;
+  vorrik::x11::X11WindowSystem windows;
   vorrik::qt::QtSettingsLink settingsLink;
 
-  vorrik::AppDelegate delegate({center,
-                                trust,
-                                settingsLink,
-                                [] {
-                                  auto panel = std::make_unique<QWidget>();
-                                  panel->setWindowTitle("Vorrik");
-                                  auto* layout = new QVBoxLayout(panel.get());
-                                  layout->setContentsMargins(0, 0, 0, 0);
-                                  // Stands in for the control panel until it lands.
-                                  auto* column = new QWidget;
-                                  column->setFixedSize(300, 480);
-                                  layout->addWidget(column);
-                                  return panel;
-                                },
-                                {}});
-  QObject::connect(&instance, &vorrik::SingleInstance::reopenRequested, &delegate, [&delegate] {
-    delegate.applicationShouldHandleReopen(delegate.panel()->isVisible());
-  });
-  // Start-up runs once the event loop is going, as after a finished launch.
-  QMetaObject::invokeMethod(&delegate, &vorrik::AppDelegate::applicationDidFinishLaunching,
-                            Qt::QueuedConnection);
-  const int status = QApplication::exec();
+  int status = 0;
+  {
+    vorrik::AppDelegate delegate(
+        {center,
+         trust,
+         settingsLink,
+         [&] {
+           return std::make_unique<vorrik::VorrikPanel>(
+               vorrik::VorrikPanel::Services{{mainQueue, trust, injector, pointer, sleeper, random},
+                                             std::make_unique<vorrik::posix::WorkerTimer>(),
+                                             center,
+                                             &input,
+                                             &windows});
+         },
+         {}});
+    QObject::connect(&instance, &vorrik::SingleInstance::reopenRequested, &delegate, [&delegate] {
+      delegate.applicationShouldHandleReopen(delegate.panel()->isVisible());
+    });
+    // Start-up runs once the event loop is going, as after a finished launch.
+    QMetaObject::invokeMethod(&delegate, &vorrik::AppDelegate::applicationDidFinishLaunching,
+                              Qt::QueuedConnection);
+    status = QApplication::exec();
+  }
   vorrik::L::install({});
   return status;
 }

@@ -2,6 +2,8 @@
 // The delegate's start-up, menus and commands on the offscreen platform.
 #include <QApplication>
 #include <QClipboard>
+#include <QLayout>
+#include <QLineEdit>
 #include <QSystemTrayIcon>
 #include <QTest>
 
@@ -10,9 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "StubPanel.h"
 #include "app/AppDelegate.h"
 #include "l10n/L.h"
+#include "panel/VorrikPanel.h"
 #include "platform/fake/FakeSettingsLink.h"
 #include "platform/fake/Fakes.h"
 
@@ -48,13 +50,19 @@ QAction* item(const QMenu* menu, const QString& title) {
   return nullptr;
 }
 
-// Fakes for every service, a stand-in panel and an alert runner that records and answers.
+// Fakes for every service under the real panel, and an alert runner that records and answers.
 struct World {
   fake::FakeDefaultsStore defaults;
   fake::FakePreferredLanguages preferred;
   fake::FakeNotificationCenter center;
   fake::FakeTrust trust;
   fake::FakeSettingsLink link;
+  fake::FakeClock clock;
+  fake::TestMainQueue queue;
+  fake::FakeInjector injector{clock};
+  fake::FakePointer pointer;
+  fake::FakeSleeper sleeper{clock};
+  fake::FakeRandom random;
   std::vector<Alert> alerts;
   int answer = kAlertSecondButton;
   bool readyAtAlert = false;  // panel and tray item existed when the alert came up
@@ -66,7 +74,15 @@ struct World {
     L::install({&defaults, &preferred, &center});
     trust.setTrusted(trusted);
     delegate = std::make_unique<AppDelegate>(
-        AppDelegate::Services{center, trust, link, [] { return std::make_unique<StubPanel>(); },
+        AppDelegate::Services{center, trust, link,
+                              [this] {
+                                return std::make_unique<VorrikPanel>(VorrikPanel::Services{
+                                    {queue, trust, injector, pointer, sleeper, random},
+                                    std::make_unique<fake::FakeTimer>(clock),
+                                    center,
+                                    nullptr,
+                                    nullptr});
+                              },
                               [this](const Alert& alert) {
                                 alerts.push_back(alert);
                                 readyAtAlert = delegate->panel() && delegate->statusItem();
@@ -81,7 +97,7 @@ struct World {
   World(const World&) = delete;
   World& operator=(const World&) = delete;
 
-  StubPanel* panel() const { return static_cast<StubPanel*>(delegate->panel()); }
+  VorrikPanel* panel() const { return static_cast<VorrikPanel*>(delegate->panel()); }
   QMenu* appMenu() const { return delegate->mainMenu()->actions().at(0)->menu(); }
   QMenu* editMenu() const { return delegate->mainMenu()->actions().at(1)->menu(); }
   QMenu* status() const { return delegate->statusMenu(); }
@@ -238,9 +254,9 @@ class AppDelegateTest : public QObject {
     World world("en");
     world.panel()->hide();
     world.status()->actions().at(1)->trigger();
-    QVERIFY(world.panel()->running);
+    QVERIFY(world.panel()->engine.running());
     world.status()->actions().at(1)->trigger();
-    QVERIFY(!world.panel()->running);
+    QVERIFY(!world.panel()->engine.running());
     QVERIFY(!world.panel()->isVisible());
   }
 
@@ -258,7 +274,7 @@ class AppDelegateTest : public QObject {
 
   void editCommandsActOnTheFocusedField() {
     World world("en");
-    QLineEdit* field = world.panel()->field;
+    QLineEdit* field = world.panel()->maxClicks;
     field->setText("1500");
     field->setFocus();
     const auto edit = [&](int index) { world.editMenu()->actions().at(index)->trigger(); };

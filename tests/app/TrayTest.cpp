@@ -9,7 +9,6 @@
 
 #include <memory>
 
-#include "StubPanel.h"
 #include "app/AppDelegate.h"
 #include "l10n/L.h"
 #include "platform/fake/FakeSettingsLink.h"
@@ -38,7 +37,7 @@ class TrayTest : public QObject {
     defaults_.setString(L::kLangKey, "en");
     L::install({&defaults_, &preferred_, &center_});
     delegate_ = std::make_unique<AppDelegate>(
-        AppDelegate::Services{center_, trust_, link_, [] { return std::make_unique<StubPanel>(); },
+        AppDelegate::Services{center_, trust_, link_, [] { return std::make_unique<QWidget>(); },
                               [](const Alert&) { return kAlertSecondButton; }});
     delegate_->applicationDidFinishLaunching();
   }
