@@ -4,6 +4,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QCursor>
+#include <QGridLayout>
 #include <QKeySequence>
 #include <QLayout>
 #include <QLineEdit>
@@ -30,6 +31,8 @@ namespace {
 QString text(std::string_view key, const L::Values& values = {}) {
   return QString::fromStdString(L::t(key, values));
 }
+
+constexpr int kAlertWidth = 420;
 
 QString productName() {
   return QStringLiteral("Vorrik");
@@ -62,16 +65,27 @@ int AppDelegate::runAlertModally(const Alert& alert) {
   QMessageBox box;
   box.setWindowTitle(productName());
   box.setIconPixmap(letterIcon().pixmap(64, 64));
-  box.setText(alert.message);
+  // The message in bold above its explanation, as alerts are laid out on every desktop.
+  box.setTextFormat(Qt::RichText);
+  box.setText(QStringLiteral("<b>%1</b>").arg(alert.message.toHtmlEscaped()));
   box.setInformativeText(alert.informative);
   QList<QAbstractButton*> buttons;
   for (const QString& title : alert.buttons) {
     buttons.append(box.addButton(
         title, buttons.isEmpty() ? QMessageBox::AcceptRole : QMessageBox::RejectRole));
   }
-  if (!buttons.isEmpty()) {
+  if (buttons.isEmpty()) {
+    // The single default button, without the stock icon some styles put on it.
+    box.setStandardButtons(QMessageBox::Ok);
+    box.button(QMessageBox::Ok)->setIcon({});
+  } else {
     box.setDefaultButton(qobject_cast<QPushButton*>(buttons.first()));
     box.setEscapeButton(buttons.last());
+  }
+  // Wide enough that short sentences stay on one line.
+  if (auto* grid = qobject_cast<QGridLayout*>(box.layout())) {
+    grid->addItem(new QSpacerItem(kAlertWidth, 0, QSizePolicy::Minimum, QSizePolicy::Minimum),
+                  grid->rowCount(), 0, 1, grid->columnCount());
   }
   box.exec();
   const auto index = buttons.indexOf(box.clickedButton());
