@@ -15,6 +15,7 @@
 #include <string_view>
 #include <thread>
 
+#include "Floor.h"
 #include "Instruments.h"
 #include "MainThreadQueue.h"
 #include "PressReceiver.h"
@@ -274,7 +275,8 @@ int run(const Options& options) {
   if (options.cachedPointer) {
     results.variants.emplace_back("cached-pointer");
   }
-  std::cerr << "Measuring (cases run one after another):\n";
+  std::cerr << "Measuring (cases run one after another):\n  machine floor: 300 sleeps, ~3 s\n";
+  results.wakeFloor = measureWakeFloor(300, 10ms);
   // Busy-core cases first, so that each idle engine case sits right next to the reference case
   // it is compared with, and the engine stays idle through the last, longest reference case.
   results.cases.push_back(bench.engineCase(50, true));

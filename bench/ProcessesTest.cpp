@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "Floor.h"
 #include "Processes.h"
 
 namespace vorrik::bench {
@@ -66,6 +67,13 @@ TEST(BusyCore, StartsAndStopsWithoutLeavingTheChildBehind) {
   const auto run = runChild({"true"});
   ASSERT_TRUE(run);
   EXPECT_EQ(run->exitCode, 0);
+}
+
+TEST(WakeFloor, CountsEverySleepAndNeverWakesEarly) {
+  const WakeFloor floor = measureWakeFloor(5, std::chrono::milliseconds(1));
+  EXPECT_EQ(floor.wakeups, 5u);
+  EXPECT_GE(floor.late.medianMs, 0);
+  EXPECT_GE(floor.maxLateMs, floor.late.p99Ms);
 }
 
 }  // namespace

@@ -168,6 +168,14 @@ std::string formatTable(const BenchResults& results, const Targets& targets) {
   if (header) {
     out += "\n";
   }
+  if (results.wakeFloor) {
+    const WakeFloor& f = *results.wakeFloor;
+    out +=
+        fmt("machine floor: a %s thread wakes %.3f / %.3f / %.3f ms late (median / p99 / max, "
+            "%zu sleeps)\n",
+            f.realtime ? "SCHED_FIFO" : "normal-priority", f.late.medianMs, f.late.p99Ms,
+            f.maxLateMs, f.wakeups);
+  }
   if (results.rssKiB) {
     out += fmt("resident memory: %.1f MiB (peak %.1f MiB), receiver and X connections included\n",
                static_cast<double>(*results.rssKiB) / 1024.0,
@@ -237,6 +245,12 @@ std::string formatJson(const BenchResults& results, const Targets& targets) {
   auto optionalInt = [](const auto& value) {
     return value ? std::to_string(*value) : std::string("null");
   };
+  if (results.wakeFloor) {
+    const WakeFloor& f = *results.wakeFloor;
+    out += fmt(R"(  "wakeFloor": {"realtime": %s, "wakeups": %zu, "lateMs": )",
+               f.realtime ? "true" : "false", f.wakeups) +
+           jsonSpread(f.late) + ", \"maxLateMs\": " + jsonNumber(f.maxLateMs) + "},\n";
+  }
   out += "  \"rssKiB\": " + optionalInt(results.rssKiB) + ",\n";
   out += "  \"peakRssKiB\": " + optionalInt(results.peakRssKiB) + ",\n";
   out += "  \"idleSeconds\": " + jsonNumber(results.idleSeconds, 1) + ",\n";

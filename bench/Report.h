@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "Floor.h"
 #include "Stats.h"
 
 namespace vorrik::bench {
@@ -42,6 +43,7 @@ struct BenchResults {
   // Departures from the plain run (measuring set-up or experiments), empty for the real figures.
   std::vector<std::string> variants;
   std::vector<TimingCase> cases;
+  std::optional<WakeFloor> wakeFloor;
   std::optional<long> rssKiB;
   std::optional<long> peakRssKiB;
   std::optional<std::uint64_t> idleWakeups;
