@@ -49,7 +49,9 @@ QMenu* sub(const QMenu* menu, int index) {
 }
 QAction* item(const QMenu* menu, const QString& title) {
   for (QAction* action : menu->actions()) {
-    if (action->text() == title) return action;
+    if (action->text() == title) {
+      return action;
+    }
   }
   return nullptr;
 }
@@ -143,7 +145,9 @@ class AppDelegateTest : public QObject {
                (QStringList{"English", "Kreyòl Ayisyen", "Français", "Español", "Português"}));
       QStringList checked;
       for (const QAction* action : languages->actions()) {
-        if (action->isChecked()) checked << action->data().toString();
+        if (action->isChecked()) {
+          checked << action->data().toString();
+        }
       }
       QCOMPARE(checked, QStringList{lang});
     }
@@ -230,7 +234,9 @@ class AppDelegateTest : public QObject {
     QCOMPARE(world.alerts.size(), trusted ? 0u : 1u);
     QCOMPARE(world.link.opens(), opens);
     QCOMPARE(world.trust.prompts(), opens);  // the system's own request goes with the link
-    if (trusted) return;
+    if (trusted) {
+      return;
+    }
     QVERIFY(world.readyAtAlert);
     QCOMPARE(world.alerts[0].message, texts({"ax_title"}).front());
     QCOMPARE(world.alerts[0].informative, texts({"ax_body"}).front());

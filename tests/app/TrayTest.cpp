@@ -69,8 +69,9 @@ class TrayTest : public QObject {
     auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
     QCOMPARE(menu, delegate_->statusMenu());
     QStringList titles;
-    for (const QAction* action : menu->actions())
+    for (const QAction* action : menu->actions()) {
       titles << action->text();
+    }
     QCOMPARE(titles, (QStringList{"Show Vorrik", "Start / Stop (F6)", "",
                                   "Accessibility settings...", "Language", "", "Quit Vorrik"}));
     QVERIFY(menu->screen()->geometry().contains(menu->geometry()));
