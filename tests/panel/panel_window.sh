@@ -21,7 +21,8 @@ expect() {  # expect DESCRIPTION COMMAND...: the command's output must match the
 lamp() {
   local colour
   for _ in $(seq 1 100); do
-    import -window "$window" "$tmp/shot.png"
+    kill -0 "$pid" 2>/dev/null || fail "panel exited: $(cat "$tmp/log")"
+    timeout 10 import -window "$window" "$tmp/shot.png"
     colour=$(convert "$tmp/shot.png" -format '%[pixel:p{19,19}]' info:)
     [ "$colour" = "$1" ] && { echo "ok: lamp $1"; return 0; }
     sleep 0.1
@@ -29,8 +30,8 @@ lamp() {
   fail "lamp is $colour, wanted $1"
 }
 
-window=$(timeout 20 xdotool search --sync --onlyvisible --name '^Vorrik$' | head -n 1)
-[ -n "$window" ] || fail "no window named Vorrik"
+window=$(timeout 20 xdotool search --sync --onlyvisible --name '^Vorrik$' | head -n 1) || true
+[ -n "$window" ] || fail "no window named Vorrik: $(cat "$tmp/log")"
 
 want='_NET_WM_STATE_STICKY' expect "on every workspace" xprop -id "$window" _NET_WM_STATE
 want='_NET_WM_STATE_ABOVE' expect "above other windows" xprop -id "$window" _NET_WM_STATE
