@@ -6,6 +6,7 @@
 
 // After GoogleTest: Xlib defines macros (None, Bool) that clash with its names.
 #include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
 #include <poll.h>
 
 #include <thread>
@@ -61,6 +62,16 @@ class Receiver {
 
   void warpPointer(int x, int y) {
     XWarpPointer(display_, None, DefaultRootWindow(display_), 0, 0, 0, 0, x, y);
+    XSync(display_, False);
+  }
+
+  // Moves the pointer as a mouse would: absolutely, or by a distance from where it is.
+  void movePointer(int x, int y, bool relative) {
+    if (relative) {
+      XTestFakeRelativeMotionEvent(display_, x, y, CurrentTime);
+    } else {
+      XTestFakeMotionEvent(display_, DefaultScreen(display_), x, y, CurrentTime);
+    }
     XSync(display_, False);
   }
 
@@ -199,6 +210,28 @@ TEST_F(X11Clicks, DoubleClickSendsTwoPairsAbout48msApart) {
   EXPECT_TRUE(events[0].press && !events[1].press && events[2].press && !events[3].press);
   EXPECT_GE(events[2].time - events[0].time, 45U);
   EXPECT_LE(events[2].time - events[0].time, 1000U);
+}
+
+TEST_F(X11Clicks, ClicksAtTheCursorFollowEveryKindOfPointerMoveDuringARun) {
+  receiver.warpPointer(100, 100);
+  engine.intervalMs = 50;
+  engine.start();
+  struct Move {
+    int x, y;
+    bool relative;
+    ClickPoint expected;
+  };
+  for (const Move& move : {Move{400, 300, false, {400, 300}}, Move{7, 5, true, {407, 305}},
+                           Move{407, 305, false, {407, 305}}, Move{-7, -5, true, {400, 300}}}) {
+    pumpUntil([&] { return lastTick >= 1; });
+    receiver.movePointer(move.x, move.y, move.relative);
+    const std::int64_t after = lastTick + 2;
+    pumpUntil([&] { return lastTick >= after; });
+    const auto down = presses(receiver.take(0ms));
+    ASSERT_FALSE(down.empty());
+    EXPECT_EQ(down.back().at, move.expected) << move.x << "," << move.y << " " << move.relative;
+  }
+  engine.stop("Stopped");
 }
 
 }  // namespace

@@ -2,15 +2,19 @@
 #include "platform/x11/X11Input.h"
 
 #include <X11/Xlib.h>
+#include <X11/extensions/XInput2.h>
 #include <X11/extensions/XTest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <mutex>
 #include <set>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace vorrik::x11 {
 namespace {
@@ -171,14 +175,99 @@ void X11Injector::post(const MouseEvent& event) {
   });
 }
 
+// Follows the pointer's motion through XInput2 raw events so that a pointer at rest costs no
+// round trip to the server: the cached position is queried again only after a motion that may have
+// moved it. Our own clicks at the cursor move the pointer to where it already is; those come from
+// an XTEST device with the cached position as their values and change nothing. Without XInput2
+// every call queries.
+class MotionWatch {
+ public:
+  explicit MotionWatch(Display* display) {
+    int event = 0;
+    int error = 0;
+    if (XQueryExtension(display, "XInputExtension", &opcode_, &event, &error) != True) {
+      return;
+    }
+    int major = 2;
+    int minor = 2;
+    if (XIQueryVersion(display, &major, &minor) != Success) {
+      return;
+    }
+    int count = 0;
+    XIDeviceInfo* devices = XIQueryDevice(display, XIAllDevices, &count);
+    for (int i = 0; i < count; ++i) {
+      if (devices[i].use == XISlavePointer && std::string_view(devices[i].name).find("XTEST") !=
+                                                  std::string_view::npos) {
+        xtestPointers_.push_back(devices[i].deviceid);
+      }
+    }
+    XIFreeDeviceInfo(devices);
+    std::vector<unsigned char> mask(XIMaskLen(XI_LASTEVENT), 0);
+    XISetMask(mask.data(), XI_RawMotion);
+    XIEventMask selection{XIAllMasterDevices, static_cast<int>(mask.size()), mask.data()};
+    active_ = XISelectEvents(display, DefaultRootWindow(display), &selection, 1) == Success;
+    XSync(display, False);
+  }
+
+  // True when the pointer may have moved away from `at` since the events last read.
+  bool movedFrom(Display* display, std::optional<ClickPoint> at) {
+    bool moved = !active_ || !at;
+    while (XPending(display) > 0) {
+      XEvent event;
+      XNextEvent(display, &event);
+      XGenericEventCookie* cookie = &event.xcookie;
+      if (cookie->type != GenericEvent || cookie->extension != opcode_ ||
+          cookie->evtype != XI_RawMotion) {
+        continue;
+      }
+      if (XGetEventData(display, cookie) != True) {
+        moved = true;
+        continue;
+      }
+      moved = moved || !stayedAt(*static_cast<const XIRawEvent*>(cookie->data), at);
+      XFreeEventData(display, cookie);
+    }
+    return moved;
+  }
+
+ private:
+  // An absolute XTEST move onto the position already known, as each click at the cursor makes.
+  [[nodiscard]] bool stayedAt(const XIRawEvent& raw, std::optional<ClickPoint> at) const {
+    if (!at || std::find(xtestPointers_.begin(), xtestPointers_.end(), raw.sourceid) ==
+                   xtestPointers_.end()) {
+      return false;
+    }
+    if (raw.valuators.mask_len < 1 || !XIMaskIsSet(raw.valuators.mask, 0) ||
+        !XIMaskIsSet(raw.valuators.mask, 1)) {
+      return false;
+    }
+    for (int bit = 2; bit < raw.valuators.mask_len * 8; ++bit) {
+      if (XIMaskIsSet(raw.valuators.mask, bit)) {
+        return false;
+      }
+    }
+    return raw.raw_values[0] == at->x && raw.raw_values[1] == at->y;
+  }
+
+  int opcode_ = 0;
+  bool active_ = false;
+  std::vector<int> xtestPointers_;
+};
+
 X11Pointer::X11Pointer(const char* displayName)
-    : connection_(std::make_unique<Connection>(displayName)) {}
+    : connection_(std::make_unique<Connection>(displayName)) {
+  connection_->with([&](Display* display) { motion_ = std::make_unique<MotionWatch>(display); });
+}
 
 X11Pointer::~X11Pointer() = default;
 
 std::optional<ClickPoint> X11Pointer::position() {
   std::optional<ClickPoint> where;
   connection_->with([&](Display* display) {
+    if (motion_ && !motion_->movedFrom(display, known_)) {
+      where = known_;
+      return;
+    }
     Window root = 0;
     Window child = 0;
     int rootX = 0;
@@ -190,6 +279,7 @@ std::optional<ClickPoint> X11Pointer::position() {
                       &windowY, &mask) == True) {
       where = ClickPoint{static_cast<double>(rootX), static_cast<double>(rootY)};
     }
+    known_ = where;
   });
   return where;
 }

@@ -16,6 +16,7 @@
 namespace vorrik::x11 {
 
 class Connection;
+class MotionWatch;
 
 // Posts button events with the XTest extension, moving the pointer to the target first.
 // Meant for the click worker; a mutex keeps it correct from any other thread too.
@@ -41,7 +42,9 @@ class X11Injector final : public EventInjector {
 };
 
 // The pointer position in root-window pixels of the default screen: top-left origin, y down,
-// the same space the injector posts in. Thread-safe.
+// the same space the injector posts in. A pointer at rest is answered from the last query, so the
+// click path makes no round trip to the server; a warp by another client that no motion follows
+// goes unseen until the next motion. Thread-safe.
 class X11Pointer final : public Pointer {
  public:
   // Connects to displayName, or to $DISPLAY when it is null.
@@ -55,6 +58,8 @@ class X11Pointer final : public Pointer {
 
  private:
   std::unique_ptr<Connection> connection_;
+  std::unique_ptr<MotionWatch> motion_;  // null without a display
+  std::optional<ClickPoint> known_;      // guarded by the connection's lock
 };
 
 // On X11 any client may inject input once the XTEST extension is there; no prompt exists.
