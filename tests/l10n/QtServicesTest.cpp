@@ -39,13 +39,13 @@ class QtServicesTest : public QObject {
     QtNotificationCenter center;
     std::vector<std::string> seen;
     center.addObserver("ping", [&] {
-      QCOMPARE(QThread::currentThread(), qApp->thread());
+      QCOMPARE(QThread::currentThread(), QCoreApplication::instance()->thread());
       seen.push_back("ping");
     });
     QThread* worker = QThread::create([&] {
       for (int i = 0; i < 3; ++i) {
         queue.post([&seen, i] {
-          QCOMPARE(QThread::currentThread(), qApp->thread());
+          QCOMPARE(QThread::currentThread(), QCoreApplication::instance()->thread());
           seen.push_back(std::to_string(i));
         });
       }
