@@ -196,8 +196,8 @@ class MotionWatch {
     int count = 0;
     XIDeviceInfo* devices = XIQueryDevice(display, XIAllDevices, &count);
     for (int i = 0; i < count; ++i) {
-      if (devices[i].use == XISlavePointer && std::string_view(devices[i].name).find("XTEST") !=
-                                                  std::string_view::npos) {
+      if (devices[i].use == XISlavePointer &&
+          std::string_view(devices[i].name).find("XTEST") != std::string_view::npos) {
         xtestPointers_.push_back(devices[i].deviceid);
       }
     }
