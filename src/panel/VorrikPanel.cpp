@@ -10,6 +10,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QPointer>
 #include <QPushButton>
 #include <QScreen>
@@ -17,6 +18,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -118,6 +120,12 @@ std::int64_t customInterval(const QString& content) {
   return std::clamp(ms, kMinMs, kMaxMs);
 }
 
+// A coordinate as the target line shows it: truncated toward zero, within 64 bits.
+long long truncated(double value) {
+  constexpr double kLimit = 1e15;
+  return std::isfinite(value) ? static_cast<long long>(std::clamp(value, -kLimit, kLimit)) : 0;
+}
+
 // The first position of the current language among the supported ones, else 0.
 int languageIndex() {
   const auto& supported = L::supported();
@@ -145,6 +153,7 @@ VorrikPanel::VorrikPanel(Services services)
       clearPointsBtn(makeButton(text("clear"), this)),
       stats(makeLabel(text("zero_clicks"), this)),
       langPop(makePopUp(this)),
+      pointer_(services.engine.pointer),
       input_(services.input),
       windows_(services.windows) {
   // A floating utility panel with a title, close and minimise buttons but no maximise: its
@@ -391,21 +400,131 @@ void VorrikPanel::langChanged() {
   L::setLang(supported[static_cast<std::size_t>(index)]);
 }
 
-// STUB: click-point capture (pick with the next left press, up to five points) lands here.
-void VorrikPanel::addPoint() {}
+void VorrikPanel::addPoint() {
+  const std::size_t held = engine.points.size();
+  if (held >= kMaxPoints) {
+    status->setText(text("max_points"));
+    return;
+  }
+  status->setText(text("click_to_set", {{"n", std::to_string(held + 1)}}));
+  // Only reachable from the keyboard while a pick is pending (a press on the button ends it
+  // first): one pair of monitors at a time.
+  endPick();
+  QPointer<VorrikPanel> self(this);
+  if (input_ != nullptr) {
+    pickMonitor = input_->addLeftPressMonitor([self] {
+      if (self) {
+        self->capture();
+      }
+    });
+  }
+  // The in-process twin: a press on one of this application's windows ends the pick before
+  // the press reaches the control under it, whatever order the display reports it in.
+  pickLocal = true;
+  qApp->installEventFilter(this);
+}
 
-// STUB: forgetting the click points and resetting the target line lands here.
-void VorrikPanel::clearPoints() {}
+void VorrikPanel::endPick() {
+  if (pickMonitor) {
+    input_->remove(*pickMonitor);
+    pickMonitor.reset();
+  }
+  if (pickLocal) {
+    qApp->removeEventFilter(this);
+    pickLocal = false;
+  }
+}
 
-// STUB: the global F6 monitor is installed here once the hotkey lands.
+void VorrikPanel::capture() {
+  endPick();
+  // Where the pointer is now, not where the press was reported: the same space clicks use.
+  if (const std::optional<ClickPoint> at = pointer_.position()) {
+    // The frame in device pixels, the pointer's unit, with the right and bottom edges outside.
+    const qreal ratio = devicePixelRatioF();
+    const QRectF frame(QPointF(frameGeometry().topLeft()) * ratio,
+                       QSizeF(frameGeometry().size()) * ratio);
+    const bool onPanel = at->x >= frame.left() && at->x < frame.left() + frame.width() &&
+                         at->y >= frame.top() && at->y < frame.top() + frame.height();
+    if (!onPanel) {
+      engine.points.append(*at);
+      pointsLabel->setText(pointsText());
+    }
+  }
+  // Without a screen there is no point to take; the pick still ends.
+  status->setText(text("ready"));
+}
+
+QString VorrikPanel::pointsText() const {
+  const PointList::Snapshot points = engine.points.snapshot();
+  std::string list;
+  for (const ClickPoint& point : *points) {
+    if (!list.empty()) {
+      list += ' ';
+    }
+    list +=
+        '(' + std::to_string(truncated(point.x)) + ',' + std::to_string(truncated(point.y)) + ')';
+  }
+  return text("target_points", {{"n", std::to_string(points->size())}, {"list", list}});
+}
+
+void VorrikPanel::clearPoints() {
+  // The status line and a pending pick stay as they are.
+  engine.points.clear();
+  pointsLabel->setText(text("target_cursor"));
+}
+
 void VorrikPanel::installHotkey() {
   if (input_ == nullptr) {
     return;
   }
+  QPointer<VorrikPanel> self(this);
+  hotkeyMonitor = input_->addKeyMonitor([self](Key key) {
+    if (key != Key::f6 || !self) {
+      return;
+    }
+    // A key meant for this application itself (a text field of the panel, an open menu) is
+    // not a global hotkey; only other applications' F6 toggles.
+    if (QGuiApplication::focusWindow() != nullptr || QApplication::activePopupWidget() != nullptr) {
+      return;
+    }
+    // Later, on the main loop: presses in quick succession toggle once each, in order.
+    QMetaObject::invokeMethod(self, &VorrikPanel::toggle, Qt::QueuedConnection);
+  });
 }
 
-// STUB: rewriting every text in the new language lands here.
-void VorrikPanel::relabel() {}
+void VorrikPanel::relabel() {
+  for (const auto& [key, label] : sectionLabels) {
+    label->setText(text(key));
+  }
+  // Refilling a pop-up by index does not run its action, so the engine is left alone.
+  const int preset = presetPop->currentIndex();
+  const int type = typePop->currentIndex();
+  presetPop->clear();
+  presetPop->addItems(texts(kPresetKeys));
+  presetPop->setCurrentIndex(std::max(preset, 0));
+  typePop->clear();
+  typePop->addItems(texts(kTypeKeys));
+  typePop->setCurrentIndex(std::max(type, 0));
+
+  customMs->setPlaceholderText(text("ms_placeholder"));
+  maxClicks->setPlaceholderText(text("stop_placeholder"));
+  jitterCheck->setText(text("jitter"));
+  addPointBtn->setText(text("add_point"));
+  clearPointsBtn->setText(text("clear"));
+
+  const bool running = engine.running();
+  startBtn->setText(text(running ? "stop" : "start"));
+  // A run's own status and count stay until its next tick or its end.
+  if (!running) {
+    status->setText(text("ready"));
+    stats->setText(text("zero_clicks"));
+  }
+  const std::int64_t burst = engine.burst;
+  burstLabel->setText(burst == 0 ? text("burst_off")
+                                 : text("burst_x", {{"n", std::to_string(burst)}}));
+  pointsLabel->setText(engine.points.empty() ? text("target_cursor") : pointsText());
+  langPop->setCurrentIndex(languageIndex());
+}
 
 void VorrikPanel::keyPressEvent(QKeyEvent* event) {
   // Return (or keypad Enter) is the start/stop button's key while the panel has the keyboard.
@@ -435,6 +554,11 @@ bool VorrikPanel::event(QEvent* event) {
 }
 
 bool VorrikPanel::eventFilter(QObject* watched, QEvent* event) {
+  // Installed on the application while a pick is pending; the press goes on afterwards.
+  if (pickLocal && event->type() == QEvent::MouseButtonPress &&
+      static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton) {
+    capture();
+  }
   if (event->type() == QEvent::MouseButtonPress && (watched == customMs || watched == maxClicks)) {
     if (windows_ != nullptr) {
       windows_->setTakesKeyboard(winId(), true);

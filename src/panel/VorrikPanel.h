@@ -3,6 +3,7 @@
 
 #include <QWidget>
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <optional>
@@ -12,6 +13,7 @@
 #include "platform/InputMonitor.h"
 #include "platform/NotificationCenter.h"
 #include "platform/OneShotTimer.h"
+#include "platform/Pointer.h"
 #include "platform/WindowSystem.h"
 
 class QCheckBox;
@@ -69,9 +71,16 @@ class VorrikPanel : public QWidget {
   QComboBox* const langPop;
   // The five section headers by catalogue key.
   std::map<std::string, QLabel*> sectionLabels;
+  // The global F6 monitor, installed once for the life of the panel.
   std::optional<InputMonitor::Handle> hotkeyMonitor;
+  // The pending pick's display-wide left-press monitor, and its in-process twin that sees a
+  // press on this application's own windows before the press is handed on: set together by
+  // addPoint, cleared together by the first press.
   std::optional<InputMonitor::Handle> pickMonitor;
-  std::optional<InputMonitor::Handle> pickLocal;
+  bool pickLocal = false;
+
+  // The most points a user can pick.
+  static constexpr std::size_t kMaxPoints = 5;
 
   // The width of the column and of every full-width item in it.
   static constexpr int kColumnWidth = 272;
@@ -102,12 +111,22 @@ class VorrikPanel : public QWidget {
   void clearPoints();
   void langChanged();
 
+  // Ends the pending pick and, unless the pointer is on the panel, appends the pointer's
+  // position to the engine's points.
+  void capture();
+  // The target line for a non-empty list of points.
+  QString pointsText() const;
+  // Removes the pending pick's monitors, if any.
+  void endPick();
+
   // Writes the interval, jitter and stop-after count of the controls into the engine.
   void applySettings();
   void setRunning(bool running);
   // Rewrites every text in the current language.
   void relabel();
 
+  // Where the pointer is when a pick ends; the engine's own.
+  Pointer& pointer_;
   InputMonitor* input_;
   WindowSystem* windows_;
 };

@@ -1,96 +1,18 @@
 // SPDX-License-Identifier: MIT
 // The control panel driven through its real controls on fakes: settings, runs, layout, keyboard.
-#include <QAbstractItemView>
 #include <QCheckBox>
-#include <QComboBox>
 #include <QLabel>
 #include <QLayout>
-#include <QLineEdit>
 #include <QMenuBar>
-#include <QPushButton>
-#include <QTest>
-
-#include <algorithm>
-#include <memory>
-#include <string>
-
-#include "l10n/L.h"
+#include "PanelRig.h"
 #include "panel/Controls.h"
 #include "panel/Theme.h"
-#include "panel/VorrikPanel.h"
-#include "platform/fake/FakeWindowSystem.h"
-#include "platform/fake/Fakes.h"
 
 namespace vorrik {
-namespace {
 
-// Every port faked, the language installed, and a shown panel on top.
-struct Rig {
-  explicit Rig(const std::string& language = "en") {
-    preferred.set({language});
-    L::install({&defaults, &preferred, &center});
-    auto owned = std::make_unique<fake::FakeTimer>(clock);
-    timer = owned.get();
-    panel = std::make_unique<VorrikPanel>(
-        VorrikPanel::Services{{queue, trust, injector, pointer, sleeper, random},
-                              std::move(owned),
-                              center,
-                              nullptr,
-                              &windows});
-    panel->show();
-    exposed = QTest::qWaitForWindowExposed(panel.get());
-  }
-  ~Rig() {
-    panel.reset();
-    L::install({});
-  }
-  Rig(const Rig&) = delete;
-  Rig& operator=(const Rig&) = delete;
-
-  void press() { QTest::mouseClick(panel->startBtn, Qt::LeftButton); }
-  // Ticks the engine and delivers its reports until the run ends (a bounded number of ticks).
-  void runToEnd() {
-    for (int tick = 0; tick < 50 && panel->engine.running(); ++tick) {
-      timer->fire();
-      queue.drain();
-    }
-  }
-
-  fake::FakeClock clock;
-  fake::TestMainQueue queue;
-  fake::FakeTrust trust;
-  fake::FakeInjector injector{clock};
-  fake::FakePointer pointer;
-  fake::FakeSleeper sleeper{clock};
-  fake::FakeRandom random;
-  fake::FakeNotificationCenter center;
-  fake::FakeDefaultsStore defaults;
-  fake::FakePreferredLanguages preferred;
-  fake::FakeWindowSystem windows;
-  fake::FakeTimer* timer = nullptr;
-  std::unique_ptr<VorrikPanel> panel;
-  bool exposed = false;
-};
-
-// As a user picks an item: open the list, move to the item, press Return.
-void choose(QComboBox* popUp, int index) {
-  popUp->showPopup();
-  QAbstractItemView* view = popUp->view();
-  view->setCurrentIndex(view->model()->index(index, 0));
-  QTest::keyClick(view, Qt::Key_Return);
-}
-
-// Keys for ASCII text; other scripts arrive as an input method would insert them.
-void type(QLineEdit* field, const QString& text) {
-  field->clear();
-  if (std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 128; })) {
-    QTest::keyClicks(field, text);
-  } else {
-    field->insert(text);
-  }
-}
-
-}  // namespace
+using test::choose;
+using test::Rig;
+using test::type;
 
 class VorrikPanelTest : public QObject {
   Q_OBJECT

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+// A control panel on fakes for every port, shown on the offscreen platform, and the user's
+// ways of choosing and typing.
+#pragma once
+
+#include <QAbstractItemView>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+#include "l10n/L.h"
+#include "panel/VorrikPanel.h"
+#include "platform/fake/FakeWindowSystem.h"
+#include "platform/fake/Fakes.h"
+
+namespace vorrik::test {
+
+// Every port faked, the language installed, and a shown panel on top.
+struct Rig {
+  explicit Rig(const std::string& language = "en") {
+    preferred.set({language});
+    L::install({&defaults, &preferred, &center});
+    auto owned = std::make_unique<fake::FakeTimer>(clock);
+    timer = owned.get();
+    panel = std::make_unique<VorrikPanel>(
+        VorrikPanel::Services{{queue, trust, injector, pointer, sleeper, random},
+                              std::move(owned),
+                              center,
+                              &input,
+                              &windows});
+    // At the right of the offscreen platform's 800 x 600 screen, clear of the points tests pick.
+    panel->move(kPanelAt);
+    panel->show();
+    exposed = QTest::qWaitForWindowExposed(panel.get());
+  }
+  ~Rig() {
+    panel.reset();
+    L::install({});
+  }
+  Rig(const Rig&) = delete;
+  Rig& operator=(const Rig&) = delete;
+
+  void press() { click(panel->startBtn); }
+  // A left click on one of the panel's controls, the pointer over it as a hand would put it.
+  void click(QWidget* control) {
+    const QPoint centre = control->mapToGlobal(control->rect().center());
+    pointer.moveTo(ClickPoint{double(centre.x()), double(centre.y())});
+    QTest::mouseClick(control, Qt::LeftButton);
+  }
+
+  static constexpr QPoint kPanelAt{480, 60};
+  // Ticks the engine and delivers its reports until the run ends (a bounded number of ticks).
+  void runToEnd() {
+    for (int tick = 0; tick < 50 && panel->engine.running(); ++tick) {
+      timer->fire();
+      queue.drain();
+    }
+  }
+
+  fake::FakeClock clock;
+  fake::TestMainQueue queue;
+  fake::FakeTrust trust;
+  fake::FakeInjector injector{clock};
+  fake::FakePointer pointer;
+  fake::FakeSleeper sleeper{clock};
+  fake::FakeRandom random;
+  fake::FakeNotificationCenter center;
+  fake::FakeDefaultsStore defaults;
+  fake::FakePreferredLanguages preferred;
+  fake::FakeWindowSystem windows;
+  fake::FakeInputMonitor input;
+  fake::FakeTimer* timer = nullptr;
+  std::unique_ptr<VorrikPanel> panel;
+  bool exposed = false;
+};
+
+// As a user picks an item: open the list, move to the item, press Return.
+inline void choose(QComboBox* popUp, int index) {
+  popUp->showPopup();
+  QAbstractItemView* view = popUp->view();
+  view->setCurrentIndex(view->model()->index(index, 0));
+  QTest::keyClick(view, Qt::Key_Return);
+}
+
+// Keys for ASCII text; other scripts arrive as an input method would insert them.
+inline void type(QLineEdit* field, const QString& text) {
+  field->clear();
+  if (std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 128; })) {
+    QTest::keyClicks(field, text);
+  } else {
+    field->insert(text);
+  }
+}
+
+}  // namespace vorrik::test
