@@ -438,7 +438,7 @@ void VorrikPanel::endPick() {
 void VorrikPanel::capture() {
   endPick();
   // Where the pointer is now, not where the press was reported: the same space clicks use.
-  if (const std::optional<ClickPoint> at = pointer_.position()) {
+  if (const std::optional<ClickPoint> at = pointer_.query()) {
     // The frame in device pixels, the pointer's unit, with the right and bottom edges outside.
     const qreal ratio = devicePixelRatioF();
     const QRectF frame(QPointF(frameGeometry().topLeft()) * ratio,

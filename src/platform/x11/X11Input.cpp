@@ -97,6 +97,22 @@ std::optional<RootPosition> rootPosition(ClickPoint at) {
   return RootPosition{static_cast<int>(x), static_cast<int>(y)};
 }
 
+// Where the pointer is on display's default screen: one round trip.
+std::optional<ClickPoint> queryPointer(Display* display) {
+  Window root = 0;
+  Window child = 0;
+  int rootX = 0;
+  int rootY = 0;
+  int windowX = 0;
+  int windowY = 0;
+  unsigned mask = 0;
+  if (XQueryPointer(display, DefaultRootWindow(display), &root, &child, &rootX, &rootY, &windowX,
+                    &windowY, &mask) != True) {
+    return std::nullopt;
+  }
+  return ClickPoint{static_cast<double>(rootX), static_cast<double>(rootY)};
+}
+
 }  // namespace
 
 // One display connection, used under its own lock. A lost connection is remembered instead of
@@ -268,18 +284,18 @@ std::optional<ClickPoint> X11Pointer::position() {
       where = known_;
       return;
     }
-    Window root = 0;
-    Window child = 0;
-    int rootX = 0;
-    int rootY = 0;
-    int windowX = 0;
-    int windowY = 0;
-    unsigned mask = 0;
-    if (XQueryPointer(display, DefaultRootWindow(display), &root, &child, &rootX, &rootY, &windowX,
-                      &windowY, &mask) == True) {
-      where = ClickPoint{static_cast<double>(rootX), static_cast<double>(rootY)};
+    known_ = where = queryPointer(display);
+  });
+  return where;
+}
+
+std::optional<ClickPoint> X11Pointer::query() {
+  std::optional<ClickPoint> where;
+  connection_->with([&](Display* display) {
+    if (motion_) {
+      motion_->movedFrom(display, known_);  // drop the motion this answer supersedes
     }
-    known_ = where;
+    known_ = where = queryPointer(display);
   });
   return where;
 }

@@ -55,6 +55,8 @@ class X11Pointer final : public Pointer {
 
   // Nothing when the display is gone or the pointer is on another X screen.
   std::optional<ClickPoint> position() override;
+  // Always a round trip, so a warp that no motion followed is seen too.
+  std::optional<ClickPoint> query() override;
 
  private:
   std::unique_ptr<Connection> connection_;
