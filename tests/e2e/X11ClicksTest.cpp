@@ -4,11 +4,6 @@
 // button event. Time bounds are generous; bench/ measures precision.
 #include <gtest/gtest.h>
 
-// After GoogleTest: Xlib defines macros (None, Bool) that clash with its names.
-#include <X11/Xlib.h>
-#include <X11/extensions/XTest.h>
-#include <poll.h>
-
 #include <thread>
 
 #include "engine/ClickEngine.h"
@@ -16,93 +11,17 @@
 #include "platform/posix/PosixServices.h"
 #include "platform/x11/X11Input.h"
 
+// Last: Xlib's macros clash with names in the headers above.
+#include "Receiver.h"
+
 namespace vorrik {
 namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-struct Button {
-  bool press = false;
-  unsigned button = 0;
-  ClickPoint at;
-  Time time = 0;  // server milliseconds
-};
-
-// An override-redirect window over the whole screen that records presses and releases.
-class Receiver {
- public:
-  Receiver() : display_(XOpenDisplay(nullptr)) {
-    if (display_ == nullptr) {
-      return;
-    }
-    XSetWindowAttributes attributes{};
-    attributes.override_redirect = True;
-    attributes.event_mask = ButtonPressMask | ButtonReleaseMask | StructureNotifyMask;
-    const int screen = DefaultScreen(display_);
-    window_ =
-        XCreateWindow(display_, RootWindow(display_, screen), 0, 0, DisplayWidth(display_, screen),
-                      DisplayHeight(display_, screen), 0, CopyFromParent, InputOutput,
-                      CopyFromParent, CWOverrideRedirect | CWEventMask, &attributes);
-    XMapRaised(display_, window_);
-    XEvent event{};
-    do {
-      XWindowEvent(display_, window_, StructureNotifyMask, &event);
-    } while (event.type != MapNotify);
-  }
-  ~Receiver() {
-    if (display_ != nullptr) {
-      XCloseDisplay(display_);
-    }
-  }
-  Receiver(const Receiver&) = delete;
-  Receiver& operator=(const Receiver&) = delete;
-
-  [[nodiscard]] bool ready() const { return display_ != nullptr; }
-
-  void warpPointer(int x, int y) {
-    XWarpPointer(display_, None, DefaultRootWindow(display_), 0, 0, 0, 0, x, y);
-    XSync(display_, False);
-  }
-
-  // Moves the pointer as a mouse would: absolutely, or by a distance from where it is.
-  void movePointer(int x, int y, bool relative) {
-    if (relative) {
-      XTestFakeRelativeMotionEvent(display_, x, y, CurrentTime);
-    } else {
-      XTestFakeMotionEvent(display_, DefaultScreen(display_), x, y, CurrentTime);
-    }
-    XSync(display_, False);
-  }
-
-  // Everything received so far, and whatever else arrives within settle.
-  std::vector<Button> take(std::chrono::milliseconds settle) {
-    const auto deadline = Clock::now() + settle;
-    for (;;) {
-      while (XPending(display_) > 0) {
-        XEvent event{};
-        XNextEvent(display_, &event);
-        if (event.type == ButtonPress || event.type == ButtonRelease) {
-          const XButtonEvent& b = event.xbutton;
-          received_.push_back(
-              {b.type == ButtonPress, b.button, {double(b.x_root), double(b.y_root)}, b.time});
-        }
-      }
-      const auto left =
-          std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-      if (left <= 0ms) {
-        return received_;
-      }
-      pollfd fd{ConnectionNumber(display_), POLLIN, 0};
-      poll(&fd, 1, static_cast<int>(left.count()));
-    }
-  }
-
- private:
-  Display* display_;
-  Window window_ = 0;
-  std::vector<Button> received_;
-};
+using e2e::Button;
+using e2e::Receiver;
 
 class X11Clicks : public ::testing::Test {
  protected:

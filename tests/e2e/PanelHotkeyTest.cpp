@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: MIT
+// The panel with its real X11 services on a private X server, xdotool as the user's hand: F6
+// pressed in another application starts and stops real clicks there, and a picked point is
+// where the next run clicks. Time bounds are generous; bench/ measures precision.
+#include <QApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProcess>
+#include <QPushButton>
+#include <QTest>
+
+#include <algorithm>
+#include <memory>
+
+#include "l10n/L.h"
+#include "panel/VorrikPanel.h"
+#include "platform/fake/Fakes.h"
+#include "platform/posix/PosixServices.h"
+#include "platform/qt/QtServices.h"
+#include "platform/x11/X11Input.h"
+#include "platform/x11/X11InputMonitor.h"
+#include "platform/x11/X11Window.h"
+
+// Last: Xlib's macros clash with names in the headers above.
+#include "Receiver.h"
+
+namespace vorrik {
+
+// How QCOMPARE prints a point, found by argument-dependent lookup.
+char* toString(const ClickPoint& point) {
+  return QTest::toString(QPointF(point.x, point.y));
+}
+
+namespace {
+
+constexpr int kTimeoutMs = 10000;
+
+bool xdotool(const QStringList& arguments) {
+  return QProcess::execute(QStringLiteral("xdotool"), arguments) == 0;
+}
+
+// xdotool's words for a left click at a control's centre.
+QStringList clickOn(const QWidget* control) {
+  const QPoint at = control->mapToGlobal(control->rect().center());
+  return {"mousemove", QString::number(at.x()), QString::number(at.y()), "click", "1"};
+}
+
+std::vector<e2e::Button> pressesIn(const std::vector<e2e::Button>& events) {
+  std::vector<e2e::Button> presses;
+  std::copy_if(events.begin(), events.end(), std::back_inserter(presses),
+               [](const e2e::Button& b) { return b.press; });
+  return presses;
+}
+
+}  // namespace
+
+class PanelHotkeyTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void initTestCase() {
+    preferred_.set({"en"});
+    L::install({&defaults_, &preferred_, &center_});
+    QVERIFY(input_.available());
+  }
+
+  void init() {
+    panel_ = std::make_unique<VorrikPanel>(
+        VorrikPanel::Services{{queue_, trust_, injector_, pointer_, sleeper_, random_},
+                              std::make_unique<posix::WorkerTimer>(),
+                              center_,
+                              &input_,
+                              &windows_});
+    panel_->show();
+    QVERIFY(QTest::qWaitForWindowExposed(panel_.get()));
+    // Another application, left of the centred panel, has the keyboard.
+    receiver_ = std::make_unique<e2e::Receiver>(0, 0, 400, 400);
+    QVERIFY(receiver_->ready());
+    receiver_->focus();
+    QVERIFY(xdotool({"mousemove", "100", "100"}));
+  }
+
+  void cleanup() {
+    panel_.reset();
+    receiver_.reset();
+  }
+
+  void cleanupTestCase() { L::install({}); }
+
+  void f6StartsAndStopsClicksInTheApplicationInFront_data() {
+    QTest::addColumn<QString>("key");
+    QTest::newRow("F6") << "F6";
+    QTest::newRow("Shift-F6") << "shift+F6";
+  }
+  void f6StartsAndStopsClicksInTheApplicationInFront() {
+    QFETCH(QString, key);
+    QVERIFY(xdotool({"key", key}));
+    QVERIFY(QTest::qWaitFor([this] { return presses().size() >= 3; }, kTimeoutMs));
+    QVERIFY(panel_->engine.running());
+    QVERIFY(xdotool({"key", key}));
+    QVERIFY(QTest::qWaitFor([this] { return !panel_->engine.running(); }, kTimeoutMs));
+    QCOMPARE(panel_->status->text(), "Stopped");
+    const std::size_t atStop = presses().size();
+    QTest::qWait(500);
+    const auto all = presses();
+    // A click already under way when F6 arrived may still land; nothing after it.
+    QVERIFY2(all.size() <= atStop + 1, qPrintable(QString::number(all.size() - atStop)));
+    for (const e2e::Button& press : all) {
+      QCOMPARE(press.button, 1U);
+      QCOMPARE(press.at, (ClickPoint{100, 100}));
+    }
+  }
+
+  void otherKeysDoNothing() {
+    QVERIFY(xdotool({"key", "F5", "a", "Return", "ctrl+F7", "F16"}));
+    QTest::qWait(500);
+    QVERIFY(!panel_->engine.running());
+    QVERIFY(presses().empty());
+  }
+
+  void aPickedPointIsWhereTheNextRunClicks() {
+    QVERIFY(xdotool(clickOn(panel_->addPointBtn)));
+    QTRY_COMPARE_WITH_TIMEOUT(panel_->status->text(), "Click anywhere to set point 1...",
+                              kTimeoutMs);
+    QVERIFY(xdotool({"mousemove", "300", "200", "click", "1"}));
+    QTRY_COMPARE_WITH_TIMEOUT(panel_->engine.points.size(), 1U, kTimeoutMs);
+    QCOMPARE(panel_->engine.points.snapshot()->front(), (ClickPoint{300, 200}));
+    QCOMPARE(panel_->pointsLabel->text(), "Target: 1 point(s) (300,200)");
+    QCOMPARE(panel_->status->text(), "Ready");
+
+    const std::size_t before = presses().size();
+    panel_->maxClicks->setText(QStringLiteral("3"));
+    QVERIFY(xdotool({"mousemove", "50", "50"}));
+    // The pick's click went to the other application, which a window manager would focus.
+    receiver_->focus();
+    QVERIFY(QTest::qWaitFor([] { return QGuiApplication::focusWindow() == nullptr; }, kTimeoutMs));
+    QVERIFY(xdotool({"key", "F6"}));
+    QTRY_COMPARE_WITH_TIMEOUT(panel_->status->text(), "Done: 3 clicks.", kTimeoutMs);
+    const auto all = presses();
+    QCOMPARE(all.size(), before + 3);
+    for (std::size_t i = before; i < all.size(); ++i) {
+      QCOMPARE(all[i].at, (ClickPoint{300, 200}));
+    }
+  }
+
+  void aClickOnThePanelEndsThePickWithoutAPoint() {
+    QVERIFY(xdotool(clickOn(panel_->addPointBtn)));
+    QTRY_COMPARE_WITH_TIMEOUT(panel_->status->text(), "Click anywhere to set point 1...",
+                              kTimeoutMs);
+    QVERIFY(xdotool(clickOn(panel_->stats)));
+    QTRY_COMPARE_WITH_TIMEOUT(panel_->status->text(), "Ready", kTimeoutMs);
+    QVERIFY(panel_->engine.points.empty());
+    QCOMPARE(panel_->pointsLabel->text(), "Target: cursor");
+  }
+
+ private:
+  std::vector<e2e::Button> presses() {
+    return pressesIn(receiver_->take(std::chrono::milliseconds(0)));
+  }
+
+  fake::FakeDefaultsStore defaults_;
+  fake::FakePreferredLanguages preferred_;
+  qt::QtNotificationCenter center_;
+  qt::QtMainQueue queue_;
+  x11::X11Trust trust_;
+  x11::X11Injector injector_;
+  x11::X11Pointer pointer_;
+  posix::MonotonicSleeper sleeper_;
+  posix::SystemRandom random_;
+  x11::X11InputMonitor input_;
+  x11::X11WindowSystem windows_;
+  std::unique_ptr<VorrikPanel> panel_;
+  std::unique_ptr<e2e::Receiver> receiver_;
+};
+
+}  // namespace vorrik
+
+QTEST_MAIN(vorrik::PanelHotkeyTest)
+#include "PanelHotkeyTest.moc"

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+// A window of another X client for end-to-end tests. Include it after Qt's and GoogleTest's
+// headers: Xlib defines macros (None, Bool) that clash with their names.
+#pragma once
+
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+#include <poll.h>
+
+#include <chrono>
+#include <vector>
+
+#include "engine/ClickPoint.h"
+
+namespace vorrik::e2e {
+
+struct Button {
+  bool press = false;
+  unsigned button = 0;
+  ClickPoint at;
+  Time time = 0;  // server milliseconds
+};
+
+// Another X client's window that records the presses and releases it receives: by default an
+// override-redirect window over the whole screen.
+class Receiver {
+ public:
+  // width 0: the screen's width and height.
+  explicit Receiver(int x = 0, int y = 0, int width = 0, int height = 0)
+      : display_(XOpenDisplay(nullptr)) {
+    if (display_ == nullptr) {
+      return;
+    }
+    XSetWindowAttributes attributes{};
+    attributes.override_redirect = True;
+    attributes.event_mask = ButtonPressMask | ButtonReleaseMask | StructureNotifyMask;
+    const int screen = DefaultScreen(display_);
+    if (width == 0) {
+      width = DisplayWidth(display_, screen);
+      height = DisplayHeight(display_, screen);
+    }
+    window_ =
+        XCreateWindow(display_, RootWindow(display_, screen), x, y, static_cast<unsigned>(width),
+                      static_cast<unsigned>(height), 0, CopyFromParent, InputOutput, CopyFromParent,
+                      CWOverrideRedirect | CWEventMask, &attributes);
+    XMapRaised(display_, window_);
+    XEvent event{};
+    do {
+      XWindowEvent(display_, window_, StructureNotifyMask, &event);
+    } while (event.type != MapNotify);
+  }
+  ~Receiver() {
+    if (display_ != nullptr) {
+      XCloseDisplay(display_);
+    }
+  }
+  Receiver(const Receiver&) = delete;
+  Receiver& operator=(const Receiver&) = delete;
+
+  [[nodiscard]] bool ready() const { return display_ != nullptr; }
+
+  // Gives this window the keyboard, as a user's click on another application would.
+  void focus() {
+    XSetInputFocus(display_, window_, RevertToParent, CurrentTime);
+    XSync(display_, False);
+  }
+
+  void warpPointer(int x, int y) {
+    XWarpPointer(display_, None, DefaultRootWindow(display_), 0, 0, 0, 0, x, y);
+    XSync(display_, False);
+  }
+
+  // Moves the pointer as a mouse would: absolutely, or by a distance from where it is.
+  void movePointer(int x, int y, bool relative) {
+    if (relative) {
+      XTestFakeRelativeMotionEvent(display_, x, y, CurrentTime);
+    } else {
+      XTestFakeMotionEvent(display_, DefaultScreen(display_), x, y, CurrentTime);
+    }
+    XSync(display_, False);
+  }
+
+  // Everything received so far, and whatever else arrives within settle.
+  std::vector<Button> take(std::chrono::milliseconds settle) {
+    const auto deadline = std::chrono::steady_clock::now() + settle;
+    for (;;) {
+      while (XPending(display_) > 0) {
+        XEvent event{};
+        XNextEvent(display_, &event);
+        if (event.type == ButtonPress || event.type == ButtonRelease) {
+          const XButtonEvent& b = event.xbutton;
+          received_.push_back(
+              {b.type == ButtonPress, b.button, {double(b.x_root), double(b.y_root)}, b.time});
+        }
+      }
+      const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+          deadline - std::chrono::steady_clock::now());
+      if (left <= std::chrono::milliseconds::zero()) {
+        return received_;
+      }
+      pollfd fd{ConnectionNumber(display_), POLLIN, 0};
+      poll(&fd, 1, static_cast<int>(left.count()));
+    }
+  }
+
+ private:
+  Display* display_;
+  Window window_ = 0;
+  std::vector<Button> received_;
+};
+
+}  // namespace vorrik::e2e
