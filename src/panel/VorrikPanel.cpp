@@ -15,6 +15,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QVBoxLayout>
+#include <QWindow>
 
 #include <algorithm>
 #include <array>
@@ -158,8 +159,10 @@ VorrikPanel::VorrikPanel(Services services)
       windows_(services.windows) {
   // A floating utility panel with a title, close and minimise buttons but no maximise: its
   // size is fixed by its layout.
+  // WindowDoesNotAcceptFocus: Qt would otherwise activate the window on every click.
   setWindowFlags(Qt::Tool | Qt::WindowStaysOnTopHint | Qt::CustomizeWindowHint |
-                 Qt::WindowTitleHint | Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint);
+                 Qt::WindowTitleHint | Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint |
+                 Qt::WindowDoesNotAcceptFocus);
   setWindowTitle(QStringLiteral("Vorrik"));
   // Showing the panel must not take the keyboard from the application being clicked.
   setAttribute(Qt::WA_ShowWithoutActivating);
@@ -536,19 +539,38 @@ void VorrikPanel::keyPressEvent(QKeyEvent* event) {
   QWidget::keyPressEvent(event);
 }
 
+void VorrikPanel::present() {
+  setWindowState(windowState() & ~Qt::WindowMinimized);
+  show();
+  raise();
+  setTakesKeyboard(true);
+  activateWindow();
+}
+
+void VorrikPanel::setTakesKeyboard(bool takes) {
+  // On the window itself rather than the widget, which would re-create a shown window.
+  if (QWindow* window = windowHandle();
+      window != nullptr && window->flags().testFlag(Qt::WindowDoesNotAcceptFocus) == takes) {
+    window->setFlag(Qt::WindowDoesNotAcceptFocus, !takes);
+  }
+  if (windows_ != nullptr) {
+    windows_->setTakesKeyboard(winId(), takes);
+  }
+}
+
 void VorrikPanel::showEvent(QShowEvent* event) {
   // Sent before the window is mapped, so these reach the window manager as the window's wishes.
   if (windows_ != nullptr) {
     windows_->showOnAllWorkspaces(winId());
-    windows_->setTakesKeyboard(winId(), false);
   }
+  setTakesKeyboard(false);
   QWidget::showEvent(event);
 }
 
 bool VorrikPanel::event(QEvent* event) {
   // Once the user works elsewhere, clicks on the panel leave the keyboard alone again.
-  if (event->type() == QEvent::WindowDeactivate && windows_ != nullptr) {
-    windows_->setTakesKeyboard(winId(), false);
+  if (event->type() == QEvent::WindowDeactivate) {
+    setTakesKeyboard(false);
   }
   return QWidget::event(event);
 }
@@ -560,9 +582,7 @@ bool VorrikPanel::eventFilter(QObject* watched, QEvent* event) {
     capture();
   }
   if (event->type() == QEvent::MouseButtonPress && (watched == customMs || watched == maxClicks)) {
-    if (windows_ != nullptr) {
-      windows_->setTakesKeyboard(winId(), true);
-    }
+    setTakesKeyboard(true);
     activateWindow();
     static_cast<QWidget*>(watched)->setFocus(Qt::MouseFocusReason);
   }

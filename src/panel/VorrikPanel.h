@@ -88,6 +88,9 @@ class VorrikPanel : public QWidget {
   static constexpr int kContentHeight = 480;
 
  public slots:  // NOLINT(readability-redundant-access-specifiers): moc needs the slot section
+  // Shows the panel in front with the keyboard, as launching Vorrik or Show Vorrik asks; any
+  // other click on it leaves the keyboard with the application being clicked.
+  void present();
   // Starts a stopped run with the panel's settings, or stops the run in progress.
   void toggle();
 
@@ -122,6 +125,8 @@ class VorrikPanel : public QWidget {
   // Writes the interval, jitter and stop-after count of the controls into the engine.
   void applySettings();
   void setRunning(bool running);
+  // Lets a click or an activation hand the panel the keyboard (true), or never (false).
+  void setTakesKeyboard(bool takes);
   // Rewrites every text in the current language.
   void relabel();
 

@@ -131,9 +131,8 @@ class PanelHotkeyTest : public QObject {
     const std::size_t before = presses().size();
     panel_->maxClicks->setText(QStringLiteral("3"));
     QVERIFY(xdotool({"mousemove", "50", "50"}));
-    // The pick's click went to the other application, which a window manager would focus.
-    receiver_->focus();
-    QVERIFY(QTest::qWaitFor([] { return QGuiApplication::focusWindow() == nullptr; }, kTimeoutMs));
+    // A button of the panel leaves the keyboard with the other application, so F6 still acts.
+    QVERIFY(QGuiApplication::focusWindow() == nullptr);
     QVERIFY(xdotool({"key", "F6"}));
     QTRY_COMPARE_WITH_TIMEOUT(panel_->status->text(), "Done: 3 clicks.", kTimeoutMs);
     const auto all = presses();
