@@ -152,7 +152,7 @@ class PanelHotkeyTest : public QObject {
     QCOMPARE(panel_->pointsLabel->text(), "Target: cursor");
   }
 
- private:
+ private:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
   std::vector<e2e::Button> presses() {
     return pressesIn(receiver_->take(std::chrono::milliseconds(0)));
   }
