@@ -5,6 +5,7 @@
 
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
 #include <poll.h>
 
 #include <chrono>
@@ -77,6 +78,28 @@ class Receiver {
     } else {
       XTestFakeMotionEvent(display_, DefaultScreen(display_), x, y, CurrentTime);
     }
+    XSync(display_, False);
+  }
+
+  // Presses and releases a key through XTEST, with Shift held when asked: a hand on the keyboard.
+  void tapKey(KeySym symbol, bool shift = false) {
+    const KeyCode code = XKeysymToKeycode(display_, symbol);
+    const KeyCode shiftCode = XKeysymToKeycode(display_, XK_Shift_L);
+    if (shift) {
+      XTestFakeKeyEvent(display_, shiftCode, True, CurrentTime);
+    }
+    XTestFakeKeyEvent(display_, code, True, CurrentTime);
+    XTestFakeKeyEvent(display_, code, False, CurrentTime);
+    if (shift) {
+      XTestFakeKeyEvent(display_, shiftCode, False, CurrentTime);
+    }
+    XSync(display_, False);
+  }
+
+  // A left click through XTEST wherever the pointer is.
+  void clickLeft() {
+    XTestFakeButtonEvent(display_, 1, True, CurrentTime);
+    XTestFakeButtonEvent(display_, 1, False, CurrentTime);
     XSync(display_, False);
   }
 
