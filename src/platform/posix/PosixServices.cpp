@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/posix/PosixServices.h"
 
+#include <algorithm>
+
 #include <pthread.h>
 #include <sched.h>
 #include <sys/prctl.h>
@@ -23,6 +25,19 @@ void tuneTimerThread() {
 }
 
 }  // namespace
+
+void WakeLead::record(std::chrono::steady_clock::time_point target,
+                      std::chrono::steady_clock::time_point woke) {
+  const std::chrono::nanoseconds late = woke - target;
+  if (late > 4 * kMax || late < -4 * kMax) {
+    return;
+  }
+  const std::chrono::nanoseconds current = lead();
+  const std::chrono::nanoseconds next =
+      std::clamp(late > std::chrono::nanoseconds::zero() ? current + kStep : current - kStep,
+                 std::chrono::nanoseconds::zero(), kMax);
+  lead_.store(next.count(), std::memory_order_relaxed);
+}
 
 WorkerTimer::WorkerTimer() : worker_([this] { run(); }) {}
 
@@ -78,12 +93,14 @@ void WorkerTimer::run() {
       continue;
     }
     const auto deadline = deadline_;
-    if (std::chrono::steady_clock::now() < deadline) {
+    const auto now = std::chrono::steady_clock::now();
+    if (now < deadline - lead_.lead()) {
       // libstdc++ waits with pthread_cond_clockwait on CLOCK_MONOTONIC for steady_clock.
-      changed_.wait_until(lock, deadline);
+      changed_.wait_until(lock, deadline - lead_.lead());
       ++wakeups_;
       continue;
     }
+    lead_.record(deadline, now);
     Handler due = std::exchange(handler_, nullptr);
     lock.unlock();
     due();
@@ -96,15 +113,18 @@ void MonotonicSleeper::sleepFor(std::chrono::microseconds duration) {
   if (duration.count() <= 0) {
     return;
   }
+  using Clock = std::chrono::steady_clock;  // CLOCK_MONOTONIC in libstdc++
+  const Clock::time_point target = Clock::now() + duration;
+  const auto wake = std::chrono::duration_cast<std::chrono::nanoseconds>(
+      (target - lead_.lead()).time_since_epoch());
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(wake);
   timespec deadline{};
-  clock_gettime(CLOCK_MONOTONIC, &deadline);
-  const auto total = std::chrono::nanoseconds(deadline.tv_nsec) + duration;
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(total);
-  deadline.tv_sec += static_cast<time_t>(seconds.count());
-  deadline.tv_nsec = static_cast<long>((total - seconds).count());
+  deadline.tv_sec = static_cast<time_t>(seconds.count());
+  deadline.tv_nsec = static_cast<long>((wake - seconds).count());
   // An absolute deadline makes a signal-interrupted sleep resume without drifting.
   while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {
   }
+  lead_.record(target, Clock::now());
 }
 
 std::uint32_t SystemRandom::uniform(std::uint32_t upperBound) {

@@ -122,7 +122,7 @@ TEST(WorkerTimer, AnIdleTimerNeverWakesUp) {
   EXPECT_EQ(timer.wakeups(), before);
 }
 
-TEST(MonotonicSleeper, SleepsAtLeastTheDurationEvenWhenSignalled) {
+TEST(MonotonicSleeper, SleepsItsDurationEvenWhenSignalled) {
   struct sigaction ignore {};
   ignore.sa_handler = [](int) {};  // no SA_RESTART: the sleep returns EINTR
   struct sigaction previous {};
@@ -138,12 +138,40 @@ TEST(MonotonicSleeper, SleepsAtLeastTheDurationEvenWhenSignalled) {
   pthread_kill(sleeping.native_handle(), SIGUSR1);
   sleeping.join();
   sigaction(SIGUSR1, &previous, nullptr);
-  EXPECT_GE(slept, 150ms);
+  // Early at most by the learnt lead, however the signal interrupted it.
+  EXPECT_GE(slept, 150ms - WakeLead::kMax);
 
   const auto begin = Clock::now();
   sleeper.sleepFor(0us);
   sleeper.sleepFor(-5s);
   EXPECT_LT(Clock::now() - begin, 1s);
+}
+
+TEST(WakeLead, SettlesOnTheMedianLatenessWithinItsBounds) {
+  using namespace std::chrono;
+  const Clock::time_point target{};
+  const auto woke = [&](nanoseconds late) { return target + late; };
+  WakeLead lead;
+  // Asked to wake `lead` early, the thread wakes mostly 100 us after that, sometimes at once:
+  // the lead climbs to the median lateness and stays there.
+  for (int i = 0; i < 200; ++i) {
+    const nanoseconds lateness = i % 5 == 0 ? 0us : 100us;
+    lead.record(target, woke(lateness - lead.lead()));
+  }
+  EXPECT_NEAR(duration_cast<microseconds>(lead.lead()).count(), 100, 10);
+  // A preempted wake teaches nothing.
+  const nanoseconds before = lead.lead();
+  lead.record(target, woke(50ms));
+  EXPECT_EQ(lead.lead(), before);
+  // Never beyond its bounds, however long the streak.
+  for (int i = 0; i < 1000; ++i) {
+    lead.record(target, woke(1ms));
+  }
+  EXPECT_EQ(lead.lead(), WakeLead::kMax);
+  for (int i = 0; i < 1000; ++i) {
+    lead.record(target, woke(-1ms));
+  }
+  EXPECT_EQ(lead.lead(), nanoseconds::zero());
 }
 
 TEST(SystemRandom, StaysBelowTheBound) {
