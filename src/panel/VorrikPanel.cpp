@@ -121,6 +121,11 @@ std::int64_t customInterval(const QString& content) {
   return std::clamp(ms, kMinMs, kMaxMs);
 }
 
+// The burst readout for a number of clicks per tick.
+QString burstText(std::int64_t burst) {
+  return burst == 0 ? text("burst_off") : text("burst_x", {{"n", std::to_string(burst)}});
+}
+
 // A coordinate as the target line shows it: truncated toward zero, within 64 bits.
 long long truncated(double value) {
   constexpr double kLimit = 1e15;
@@ -385,8 +390,7 @@ void VorrikPanel::typeChanged() {
 void VorrikPanel::burstChanged() {
   const int value = burstStep->value();
   engine.burst = value;
-  burstLabel->setText(value == 0 ? text("burst_off")
-                                 : text("burst_x", {{"n", std::to_string(value)}}));
+  burstLabel->setText(burstText(value));
 }
 
 void VorrikPanel::jitterChanged() {
@@ -522,9 +526,7 @@ void VorrikPanel::relabel() {
     status->setText(text("ready"));
     stats->setText(text("zero_clicks"));
   }
-  const std::int64_t burst = engine.burst;
-  burstLabel->setText(burst == 0 ? text("burst_off")
-                                 : text("burst_x", {{"n", std::to_string(burst)}}));
+  burstLabel->setText(burstText(engine.burst));
   pointsLabel->setText(engine.points.empty() ? text("target_cursor") : pointsText());
   langPop->setCurrentIndex(languageIndex());
 }

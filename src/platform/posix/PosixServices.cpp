@@ -94,9 +94,10 @@ void WorkerTimer::run() {
     }
     const auto deadline = deadline_;
     const auto now = std::chrono::steady_clock::now();
-    if (now < deadline - lead_.lead()) {
+    const auto wake = deadline - lead_.lead();
+    if (now < wake) {
       // libstdc++ waits with pthread_cond_clockwait on CLOCK_MONOTONIC for steady_clock.
-      changed_.wait_until(lock, deadline - lead_.lead());
+      changed_.wait_until(lock, wake);
       ++wakeups_;
       continue;
     }
