@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "Instruments.h"
-#include "platform/fake/Fakes.h"
+#include "platform/fake/FakeDesktop.h"
 
 namespace vorrik::bench {
 namespace {

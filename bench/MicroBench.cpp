@@ -10,7 +10,7 @@
 #include "engine/ClickEngine.h"
 #include "engine/Targets.h"
 #include "l10n/L.h"
-#include "platform/fake/Fakes.h"
+#include "platform/fake/FakeDesktop.h"
 #include "platform/posix/PosixServices.h"
 
 namespace vorrik {
@@ -49,7 +49,7 @@ class NullSleeper final : public Sleeper {
 };
 
 struct Rig {
-  fake::TestMainQueue queue;
+  fake::FakeMainQueue queue;
   fake::FakeTrust trust;
   NullInjector injector;
   fake::FakePointer pointer;

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
-// The entry point: one instance per user, the services, the delegate and the event loop.
+// The entry point: the backend for this session, one instance per user, the delegate and the
+// event loop.
 #include <QApplication>
 #include <QMetaObject>
 
+#include <cstdio>
 #include <memory>
 
 #include "app/AppDelegate.h"
@@ -11,18 +13,42 @@
 #include "l10n/L.h"
 #include "panel/Theme.h"
 #include "panel/VorrikPanel.h"
+#include "platform/Backend.h"
 #include "platform/posix/PosixServices.h"
-#include "platform/qt/QtServices.h"
-#include "platform/qt/QtSettingsLink.h"
-#include "platform/x11/X11Input.h"
-#include "platform/x11/X11InputMonitor.h"
-#include "platform/x11/X11Window.h"
 
 #ifndef VORRIK_SHORT_VERSION
 #define VORRIK_SHORT_VERSION ""
 #endif
 
+namespace {
+
+// Says why Vorrik cannot serve this session: on stderr always, and in an alert when the
+// toolkit has a display to show one on.
+int refuseSession(int argc, char** argv, const vorrik::Session& session, const std::string& why) {
+  std::fprintf(stderr, "vorrik: cannot start: %s\n", why.c_str());
+  if (session.waylandDisplay.empty() && session.display.empty()) {
+    return 1;
+  }
+  QApplication app(argc, argv);
+  vorrik::AppDelegate::runAlertModally(
+      {QStringLiteral("Vorrik cannot click on this desktop"), QString::fromStdString(why), {}});
+  return 1;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
+  const vorrik::Session session = vorrik::Session::fromEnvironment();
+  const vorrik::BackendChoice choice = vorrik::chooseBackend(session, vorrik::availableBackends());
+  if (choice.backend == nullptr) {
+    return refuseSession(argc, argv, session, choice.why);
+  }
+  // The backend's windows need its own Qt platform, unless the user asked for another.
+  if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+    qputenv("QT_QPA_PLATFORM", QByteArray(choice.backend->qtPlatform.data(),
+                                          qsizetype(choice.backend->qtPlatform.size())));
+  }
+
   QApplication app(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Vorrik"));
   QApplication::setApplicationVersion(QStringLiteral(VORRIK_SHORT_VERSION));
@@ -38,34 +64,20 @@ int main(int argc, char** argv) {
   }
   vorrik::applyDarkTheme(app);
 
-  vorrik::qt::QtDefaultsStore defaults;
-  vorrik::qt::QtPreferredLanguages preferred;
-  vorrik::qt::QtNotificationCenter center;
-  vorrik::L::install({&defaults, &preferred, &center});
-
-  vorrik::qt::QtMainQueue mainQueue;
-  vorrik::x11::X11Trust trust;
-  vorrik::x11::X11Injector injector;
-  vorrik::x11::X11Pointer pointer;
+  const std::unique_ptr<vorrik::Desktop> desktop = choice.backend->open(session);
+  vorrik::L::install({&desktop->defaults(), &desktop->preferredLanguages(), &desktop->center()});
   vorrik::posix::MonotonicSleeper sleeper;
   vorrik::posix::SystemRandom random;
-  vorrik::x11::X11InputMonitor input;
-  vorrik::x11::X11WindowSystem windows;
-  vorrik::qt::QtSettingsLink settingsLink;
 
   int status = 0;
   {
     vorrik::AppDelegate delegate(
-        {center,
-         trust,
-         settingsLink,
+        {desktop->center(),
+         desktop->trust(),
+         desktop->settingsLink(),
          [&] {
-           return std::make_unique<vorrik::VorrikPanel>(
-               vorrik::VorrikPanel::Services{{mainQueue, trust, injector, pointer, sleeper, random},
-                                             std::make_unique<vorrik::posix::WorkerTimer>(),
-                                             center,
-                                             &input,
-                                             &windows});
+           return std::make_unique<vorrik::VorrikPanel>(vorrik::VorrikPanel::Services::from(
+               *desktop, sleeper, random, std::make_unique<vorrik::posix::WorkerTimer>()));
          },
          {}});
     QObject::connect(&instance, &vorrik::SingleInstance::reopenRequested, &delegate, [&delegate] {

@@ -10,10 +10,10 @@
 #include <optional>
 #include <string>
 
-#include "engine/ClickPoint.h"
 #include "engine/ClickType.h"
 #include "engine/PointList.h"
 #include "platform/AccessibilityTrust.h"
+#include "platform/ClickPoint.h"
 #include "platform/EventInjector.h"
 #include "platform/MainQueue.h"
 #include "platform/OneShotTimer.h"

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <vector>
 
-#include "engine/ClickPoint.h"
+#include "platform/ClickPoint.h"
 
 namespace vorrik {
 

@@ -6,16 +6,6 @@
 
 namespace vorrik {
 
-std::optional<ClickPoint> flipToClickSpace(double px, double py,
-                                           std::span<const ScreenRect> screens,
-                                           std::optional<ScreenRect> mainScreen) {
-  auto holder = std::find_if(screens.begin(), screens.end(),
-                             [&](const ScreenRect& s) { return s.contains(px, py); });
-  std::optional<ScreenRect> reference = holder != screens.end() ? *holder : mainScreen;
-  if (!reference) return std::nullopt;
-  return ClickPoint{px, reference->maxY() - py};
-}
-
 std::int64_t drawJitter(RandomSource& random, std::int64_t halfWidth) {
   // 2j + 1 results must fit the source's 32-bit range; real settings stay far below this.
   constexpr std::int64_t kMaxHalfWidth = (std::numeric_limits<std::uint32_t>::max() - 1) / 2;

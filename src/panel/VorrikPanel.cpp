@@ -46,7 +46,6 @@ constexpr int kCustomPreset = 3;
 constexpr std::array<std::string_view, 3> kTypeKeys{"left", "right", "double"};
 
 constexpr std::int64_t kDefaultMs = 120;
-constexpr std::int64_t kMinMs = 50;
 constexpr std::int64_t kMaxMs = 60000;
 constexpr std::int64_t kMinJitterMs = 5;
 constexpr int kBurstMax = 10;
@@ -118,7 +117,7 @@ std::int64_t customInterval(const QString& content) {
     return kDefaultMs;
   }
   const std::int64_t ms = readInteger(content.toStdString()).value_or(kDefaultMs);
-  return std::clamp(ms, kMinMs, kMaxMs);
+  return std::clamp(ms, ClickEngine::kIntervalFloorMs, kMaxMs);
 }
 
 // The burst readout for a number of clicks per tick.
@@ -141,6 +140,18 @@ int languageIndex() {
 
 }  // namespace
 
+VorrikPanel::Services VorrikPanel::Services::from(Desktop& desktop, Sleeper& sleeper,
+                                                  RandomSource& random,
+                                                  std::unique_ptr<OneShotTimer> timer) {
+  return {{desktop.mainQueue(), desktop.trust(), desktop.injector(), desktop.clickPointer(),
+           sleeper, random},
+          std::move(timer),
+          desktop.center(),
+          desktop.pickPointer(),
+          desktop.input(),
+          desktop.windows()};
+}
+
 VorrikPanel::VorrikPanel(Services services)
     : QWidget(nullptr),
       engine(services.engine, std::move(services.timer)),
@@ -159,7 +170,7 @@ VorrikPanel::VorrikPanel(Services services)
       clearPointsBtn(makeButton(text("clear"), this)),
       stats(makeLabel(text("zero_clicks"), this)),
       langPop(makePopUp(this)),
-      pointer_(services.engine.pointer),
+      pointer_(services.pointer),
       input_(services.input),
       windows_(services.windows) {
   // A floating utility panel with a title, close and minimise buttons but no maximise: its

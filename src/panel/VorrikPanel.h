@@ -10,6 +10,7 @@
 #include <string>
 
 #include "engine/ClickEngine.h"
+#include "platform/Desktop.h"
 #include "platform/InputMonitor.h"
 #include "platform/NotificationCenter.h"
 #include "platform/OneShotTimer.h"
@@ -40,10 +41,16 @@ class VorrikPanel : public QWidget {
     std::unique_ptr<OneShotTimer> timer;
     // Delivers the language-change notification.
     NotificationCenter& center;
+    // Where the pointer is when a pick ends; the panel's own, read on the main thread.
+    Pointer& pointer;
     // Global key and mouse observation; null leaves the hotkey and point picking inert.
     InputMonitor* input = nullptr;
     // Window-manager requests; null when there is no window manager to ask.
     WindowSystem* windows = nullptr;
+
+    // Everything from one desktop, the machine's pauses and random numbers, and the timer.
+    static Services from(Desktop& desktop, Sleeper& sleeper, RandomSource& random,
+                         std::unique_ptr<OneShotTimer> timer);
   };
 
   // Builds, wires and centres the panel; it is not shown.
@@ -130,7 +137,7 @@ class VorrikPanel : public QWidget {
   // Rewrites every text in the current language.
   void relabel();
 
-  // Where the pointer is when a pick ends; the engine's own.
+  // Where the pointer is when a pick ends.
   Pointer& pointer_;
   InputMonitor* input_;
   WindowSystem* windows_;

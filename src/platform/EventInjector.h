@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "engine/ClickPoint.h"
+#include "platform/ClickPoint.h"
 
 namespace vorrik {
 

@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "engine/ClickPoint.h"
+#include "platform/ClickPoint.h"
 
 namespace vorrik {
 

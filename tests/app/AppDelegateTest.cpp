@@ -15,8 +15,7 @@
 #include "app/AppDelegate.h"
 #include "l10n/L.h"
 #include "panel/VorrikPanel.h"
-#include "platform/fake/FakeSettingsLink.h"
-#include "platform/fake/Fakes.h"
+#include "platform/fake/FakeDesktop.h"
 
 namespace vorrik {
 namespace {
@@ -58,17 +57,13 @@ QAction* item(const QMenu* menu, const QString& title) {
 
 // Fakes under the real panel, and an alert runner that records each alert and answers it.
 struct World {
-  fake::FakeDefaultsStore defaults;
-  fake::FakePreferredLanguages preferred;
-  fake::FakeNotificationCenter center;
-  fake::FakeTrust trust;
-  fake::FakeSettingsLink link;
-  fake::FakeClock clock;
-  fake::TestMainQueue queue;
-  fake::FakeInjector injector{clock};
-  fake::FakePointer pointer;
-  fake::FakeSleeper sleeper{clock};
-  fake::FakeRandom random;
+  fake::FakeDesktop desktop;
+  fake::FakeDefaultsStore& defaults = desktop.fakeDefaults;
+  fake::FakePreferredLanguages& preferred = desktop.fakeLanguages;
+  fake::FakeNotificationCenter& center = desktop.fakeCenter;
+  fake::FakeTrust& trust = desktop.fakeTrust;
+  fake::FakeSettingsLink& link = desktop.fakeLink;
+  fake::FakeInjector& injector = desktop.fakeInjector;
   std::vector<Alert> alerts;
   bool readyAtAlert = false;  // the panel and the tray item existed when the alert came up
   std::unique_ptr<AppDelegate> delegate;
@@ -78,10 +73,8 @@ struct World {
     L::install({&defaults, &preferred, &center});
     trust.setTrusted(trusted);
     const auto panel = [this] {
-      return std::make_unique<VorrikPanel>(
-          VorrikPanel::Services{{queue, trust, injector, pointer, sleeper, random},
-                                std::make_unique<fake::FakeTimer>(clock),
-                                center});
+      return std::make_unique<VorrikPanel>(VorrikPanel::Services::from(
+          desktop, desktop.sleeper, desktop.random, desktop.makeTimer()));
     };
     delegate = std::make_unique<AppDelegate>(
         AppDelegate::Services{center, trust, link, panel, [this, answer](const Alert& alert) {

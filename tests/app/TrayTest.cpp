@@ -11,19 +11,19 @@
 
 #include "app/AppDelegate.h"
 #include "l10n/L.h"
-#include "platform/fake/FakeSettingsLink.h"
-#include "platform/fake/Fakes.h"
+#include "platform/fake/FakeDesktop.h"
 
 namespace vorrik {
 
 class TrayTest : public QObject {
   Q_OBJECT
 
-  fake::FakeDefaultsStore defaults_;
-  fake::FakePreferredLanguages preferred_;
-  fake::FakeNotificationCenter center_;
-  fake::FakeTrust trust_;
-  fake::FakeSettingsLink link_;
+  fake::FakeDesktop desktop_;
+  fake::FakeDefaultsStore& defaults_ = desktop_.fakeDefaults;
+  fake::FakePreferredLanguages& preferred_ = desktop_.fakeLanguages;
+  fake::FakeNotificationCenter& center_ = desktop_.fakeCenter;
+  fake::FakeTrust& trust_ = desktop_.fakeTrust;
+  fake::FakeSettingsLink& link_ = desktop_.fakeLink;
   std::unique_ptr<AppDelegate> delegate_;
 
   static bool xdotool(const QStringList& arguments) {

@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <algorithm>
@@ -15,15 +16,11 @@
 
 #include "l10n/L.h"
 #include "panel/VorrikPanel.h"
-#include "platform/fake/Fakes.h"
+#include "platform/Backend.h"
 #include "platform/posix/PosixServices.h"
-#include "platform/qt/QtServices.h"
-#include "platform/x11/X11Input.h"
-#include "platform/x11/X11InputMonitor.h"
-#include "platform/x11/X11Window.h"
 
 // Last: Xlib's macros clash with names in the headers above.
-#include "Receiver.h"
+#include "e2e/Receiver.h"
 
 namespace vorrik {
 
@@ -50,18 +47,21 @@ class PanelHotkeyTest : public QObject {
 
  private slots:
   void initTestCase() {
-    preferred_.set({"en"});
-    L::install({&defaults_, &preferred_, &center_});
-    QVERIFY(input_.available());
+    // The real desktop, with its settings in a scratch folder and English chosen there.
+    QVERIFY(config_.isValid());
+    qputenv("XDG_CONFIG_HOME", config_.path().toUtf8());
+    const Session session = Session::fromEnvironment();
+    const BackendChoice choice = chooseBackend(session, availableBackends());
+    QVERIFY2(choice.backend != nullptr, choice.why.c_str());
+    desktop_ = choice.backend->open(session);
+    desktop_->defaults().setString(L::kLangKey, "en");
+    L::install({&desktop_->defaults(), &desktop_->preferredLanguages(), &desktop_->center()});
+    QVERIFY(desktop_->input() != nullptr);
   }
 
   void init() {
-    panel_ = std::make_unique<VorrikPanel>(
-        VorrikPanel::Services{{queue_, trust_, injector_, pointer_, sleeper_, random_},
-                              std::make_unique<posix::WorkerTimer>(),
-                              center_,
-                              &input_,
-                              &windows_});
+    panel_ = std::make_unique<VorrikPanel>(VorrikPanel::Services::from(
+        *desktop_, sleeper_, random_, std::make_unique<posix::WorkerTimer>()));
     panel_->show();
     QVERIFY(QTest::qWaitForWindowExposed(panel_.get()));
     // Another application, left of the centred panel, has the keyboard.
@@ -159,17 +159,10 @@ class PanelHotkeyTest : public QObject {
     return pressesIn(receiver_->take(std::chrono::milliseconds(0)));
   }
 
-  fake::FakeDefaultsStore defaults_;
-  fake::FakePreferredLanguages preferred_;
-  qt::QtNotificationCenter center_;
-  qt::QtMainQueue queue_;
-  x11::X11Trust trust_;
-  x11::X11Injector injector_;
-  x11::X11Pointer pointer_;
+  QTemporaryDir config_;
+  std::unique_ptr<Desktop> desktop_;
   posix::MonotonicSleeper sleeper_;
   posix::SystemRandom random_;
-  x11::X11InputMonitor input_;
-  x11::X11WindowSystem windows_;
   std::unique_ptr<VorrikPanel> panel_;
   std::unique_ptr<e2e::Receiver> receiver_;
 };

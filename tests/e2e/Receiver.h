@@ -11,7 +11,7 @@
 #include <chrono>
 #include <vector>
 
-#include "engine/ClickPoint.h"
+#include "platform/ClickPoint.h"
 
 namespace vorrik::e2e {
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "engine/ClickEngine.h"
-#include "platform/fake/Fakes.h"
+#include "platform/fake/FakeDesktop.h"
 
 namespace vorrik::test {
 
@@ -17,9 +17,8 @@ struct EngineRig {
   // With no timer given, the engine gets a FakeTimer that the test fires.
   explicit EngineRig(std::unique_ptr<OneShotTimer> ownTimer = nullptr) {
     if (!ownTimer) {
-      auto fakeTimer = std::make_unique<fake::FakeTimer>(clock);
-      timer = fakeTimer.get();
-      ownTimer = std::move(fakeTimer);
+      ownTimer = world.makeTimer();
+      timer = world.timer;
     }
     engine = std::make_unique<ClickEngine>(
         ClickEngine::Ports{queue, trust, injector, pointer, sleeper, random}, std::move(ownTimer));
@@ -43,13 +42,14 @@ struct EngineRig {
     return at;
   }
 
-  fake::FakeClock clock;
-  fake::TestMainQueue queue;
-  fake::FakeTrust trust;
-  fake::FakeInjector injector{clock};
-  fake::FakePointer pointer;
-  fake::FakeSleeper sleeper{clock};
-  fake::FakeRandom random;
+  fake::FakeDesktop world;
+  fake::FakeClock& clock = world.clock;
+  fake::FakeMainQueue& queue = world.fakeQueue;
+  fake::FakeTrust& trust = world.fakeTrust;
+  fake::FakeInjector& injector = world.fakeInjector;
+  fake::FakePointer& pointer = world.fakePointer;
+  fake::FakeSleeper& sleeper = world.sleeper;
+  fake::FakeRandom& random = world.random;
   fake::FakeTimer* timer = nullptr;  // owned by the engine; unused with a real timer
   std::unique_ptr<ClickEngine> engine;
   std::vector<std::string> log;

@@ -4,52 +4,12 @@
 #include <map>
 #include <vector>
 
-#include "engine/ClickType.h"
 #include "engine/Targets.h"
-#include "platform/fake/Fakes.h"
+#include "platform/fake/FakeRandom.h"
 #include "platform/posix/PosixServices.h"
 
 namespace vorrik {
 namespace {
-
-constexpr ScreenRect kPrimary{0, 0, 1920, 1080};
-
-struct FlipCase {
-  const char* name;
-  double x;
-  double y;
-  std::vector<ScreenRect> screens;
-  std::optional<ScreenRect> main;
-  std::optional<ClickPoint> expected;
-  friend void PrintTo(const FlipCase& c, std::ostream* os) { *os << c.name; }
-};
-class Flip : public ::testing::TestWithParam<FlipCase> {};
-
-TEST_P(Flip, UsesTheTopEdgeOfTheScreenHoldingThePointerElseTheMainOne) {
-  const FlipCase& c = GetParam();
-  EXPECT_EQ(flipToClickSpace(c.x, c.y, c.screens, c.main), c.expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Targets, Flip,
-    ::testing::Values(
-        FlipCase{"OnlyScreen", 100, 100, {kPrimary}, kPrimary, ClickPoint{100, 980}},
-        FlipCase{"CaptureOnOnlyScreen", 100, 200, {kPrimary}, kPrimary, ClickPoint{100, 880}},
-        FlipCase{"SecondScreenOwnTop",
-                 2000,
-                 500,
-                 {kPrimary, {1920, 0, 1280, 1024}},
-                 kPrimary,
-                 ClickPoint{2000, 524}},
-        FlipCase{"SecondScreenBelowOrigin",
-                 2000,
-                 100,
-                 {kPrimary, {1920, -300, 1280, 1024}},
-                 kPrimary,
-                 ClickPoint{2000, 624}},
-        FlipCase{"TopEdgeBelongsToMain", 500, 1080, {kPrimary}, kPrimary, ClickPoint{500, 0}},
-        FlipCase{"NoScreenAtAll", 500, 500, {}, std::nullopt, std::nullopt}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(Jitter, ScriptedDrawsMapOntoMinusJToPlusJ) {
   fake::FakeRandom random;
@@ -87,15 +47,6 @@ TEST_P(SystemJitter, IsUniformOverExactlyMinusJToPlusJ) {
 INSTANTIATE_TEST_SUITE_P(Targets, SystemJitter,
                          ::testing::Values(std::pair<std::int64_t, double>{1, 30.0},
                                            std::pair<std::int64_t, double>{12, 80.0}));
-
-TEST(ClickTypes, RawValuesRoundTripAndOthersGiveNothing) {
-  for (ClickType type : allClickTypes) {
-    EXPECT_EQ(clickTypeFromRaw(rawValue(type)), type);
-  }
-  EXPECT_EQ(rawValue(ClickType::double_), "double");
-  EXPECT_EQ(clickTypeFromRaw("Double"), std::nullopt);
-  EXPECT_EQ(clickTypeFromRaw(""), std::nullopt);
-}
 
 }  // namespace
 }  // namespace vorrik

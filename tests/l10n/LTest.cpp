@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "l10n/L.h"
-#include "platform/fake/Fakes.h"
+#include "platform/fake/FakeDesktop.h"
 
 namespace vorrik {
 namespace {
@@ -18,9 +18,10 @@ class LanguageTest : public ::testing::Test {
   void SetUp() override { L::install({&defaults, &preferred, &center}); }
   void TearDown() override { L::install({}); }
 
-  fake::FakeDefaultsStore defaults;
-  fake::FakePreferredLanguages preferred;
-  fake::FakeNotificationCenter center;
+  fake::FakeDesktop desktop;
+  fake::FakeDefaultsStore& defaults = desktop.fakeDefaults;
+  fake::FakePreferredLanguages& preferred = desktop.fakeLanguages;
+  fake::FakeNotificationCenter& center = desktop.fakeCenter;
 };
 
 struct LookupCase {

@@ -15,8 +15,7 @@
 
 #include "l10n/L.h"
 #include "panel/VorrikPanel.h"
-#include "platform/fake/FakeWindowSystem.h"
-#include "platform/fake/Fakes.h"
+#include "platform/fake/FakeDesktop.h"
 
 namespace vorrik::test {
 
@@ -25,14 +24,9 @@ struct Rig {
   explicit Rig(const std::string& language = "en") {
     preferred.set({language});
     L::install({&defaults, &preferred, &center});
-    auto owned = std::make_unique<fake::FakeTimer>(clock);
-    timer = owned.get();
     panel = std::make_unique<VorrikPanel>(
-        VorrikPanel::Services{{queue, trust, injector, pointer, sleeper, random},
-                              std::move(owned),
-                              center,
-                              &input,
-                              &windows});
+        VorrikPanel::Services::from(world, world.sleeper, world.random, world.makeTimer()));
+    timer = world.timer;
     // At the right of the offscreen platform's 800 x 600 screen, clear of the points tests pick.
     panel->move(kPanelAt);
     panel->show();
@@ -62,18 +56,16 @@ struct Rig {
     }
   }
 
-  fake::FakeClock clock;
-  fake::TestMainQueue queue;
-  fake::FakeTrust trust;
-  fake::FakeInjector injector{clock};
-  fake::FakePointer pointer;
-  fake::FakeSleeper sleeper{clock};
-  fake::FakeRandom random;
-  fake::FakeNotificationCenter center;
-  fake::FakeDefaultsStore defaults;
-  fake::FakePreferredLanguages preferred;
-  fake::FakeWindowSystem windows;
-  fake::FakeInputMonitor input;
+  fake::FakeDesktop world;
+  fake::FakeMainQueue& queue = world.fakeQueue;
+  fake::FakeTrust& trust = world.fakeTrust;
+  fake::FakeInjector& injector = world.fakeInjector;
+  fake::FakePointer& pointer = world.fakePointer;
+  fake::FakeNotificationCenter& center = world.fakeCenter;
+  fake::FakeDefaultsStore& defaults = world.fakeDefaults;
+  fake::FakePreferredLanguages& preferred = world.fakeLanguages;
+  fake::FakeWindowSystem& windows = world.fakeWindows;
+  fake::FakeInputMonitor& input = world.fakeInput;
   fake::FakeTimer* timer = nullptr;
   std::unique_ptr<VorrikPanel> panel;
   bool exposed = false;

@@ -8,8 +8,8 @@
 #include <optional>
 #include <string>
 
-#include "engine/ClickPoint.h"
 #include "platform/AccessibilityTrust.h"
+#include "platform/ClickPoint.h"
 #include "platform/EventInjector.h"
 #include "platform/Pointer.h"
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Takes docs/app-tray-menu.png: the panel and the tray menu with its Language submenu open, on a
-# private X server with a tray host.   tests/app/tray-screenshot.sh [path/to/vorrik] [out.png]
+# private X server with a tray host.   tests/e2e/tray-screenshot.sh [path/to/vorrik] [out.png]
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)"
 app="$(realpath "${1:-$root/build/default/src/app/vorrik}")"

@@ -7,12 +7,12 @@
 #include <thread>
 
 #include "engine/ClickEngine.h"
-#include "platform/fake/Fakes.h"
+#include "platform/fake/FakeDesktop.h"
 #include "platform/posix/PosixServices.h"
 #include "platform/x11/X11Input.h"
 
 // Last: Xlib's macros clash with names in the headers above.
-#include "Receiver.h"
+#include "e2e/Receiver.h"
 
 namespace vorrik {
 namespace {
@@ -52,7 +52,7 @@ class X11Clicks : public ::testing::Test {
   }
 
   Receiver receiver;
-  fake::TestMainQueue queue;
+  fake::FakeMainQueue queue;
   x11::X11Trust trust;
   x11::X11Injector injector;
   x11::X11Pointer pointer;

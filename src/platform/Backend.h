@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "platform/Desktop.h"
+
+namespace vorrik {
+
+// The desktop session as the environment describes it.
+struct Session {
+  std::string display;         // DISPLAY: an X server, native or Xwayland
+  std::string waylandDisplay;  // WAYLAND_DISPLAY
+  std::string type;            // XDG_SESSION_TYPE: "x11", "wayland", "tty" or empty
+  std::string forcedBackend;   // VORRIK_BACKEND: a backend's name, or empty to choose
+  static Session fromEnvironment();
+};
+
+// One way to serve a desktop session.
+struct Backend {
+  std::string_view name;
+  // The Qt platform plugin its windows need ("xcb" for the X11 backend).
+  std::string_view qtPlatform;
+  // Why it cannot serve session, in one line, or nothing when it can; runs before Qt starts.
+  std::optional<std::string> (*unfit)(const Session& session);
+  // Opens its services; called once, after the QApplication exists.
+  std::unique_ptr<Desktop> (*open)(const Session& session);
+};
+
+// What start-up chose: a backend, or why none serves the session.
+struct BackendChoice {
+  const Backend* backend = nullptr;
+  std::string why;
+};
+
+// The first of candidates that serves session, or the forced one when it is named and fits.
+BackendChoice chooseBackend(const Session& session, std::span<const Backend> candidates);
+
+// The backends this build holds, best first.
+std::span<const Backend> availableBackends();
+
+}  // namespace vorrik

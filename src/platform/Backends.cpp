@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+// The backends this build links, best first; the only file that knows them all.
+#include <array>
+
+#include "platform/Backend.h"
+#include "platform/x11/X11Desktop.h"
+
+namespace vorrik {
+
+std::span<const Backend> availableBackends() {
+  static const std::array kBackends{
+      Backend{"x11", "xcb", &x11::unfit, &x11::openDesktop},
+  };
+  return kBackends;
+}
+
+}  // namespace vorrik

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/AccessibilityTrust.h"
+#include "platform/DefaultsStore.h"
+#include "platform/EventInjector.h"
+#include "platform/InputMonitor.h"
+#include "platform/MainQueue.h"
+#include "platform/NotificationCenter.h"
+#include "platform/Pointer.h"
+#include "platform/PreferredLanguages.h"
+#include "platform/SettingsLink.h"
+#include "platform/WindowSystem.h"
+
+namespace vorrik {
+
+// Every service that depends on the desktop session Vorrik runs in, from one backend, opened
+// once at start-up and owned together: each reference it hands out lives as long as it does.
+// The clock services (timer, pauses, random numbers) are the machine's, not the desktop's, and
+// stay outside.
+class Desktop {
+ public:
+  virtual ~Desktop() = default;
+  virtual MainQueue& mainQueue() = 0;
+  virtual AccessibilityTrust& trust() = 0;
+  virtual EventInjector& injector() = 0;
+  // The pointer the click worker reads.
+  virtual Pointer& clickPointer() = 0;
+  // The pointer the panel reads where a pick ends, on the main thread.
+  virtual Pointer& pickPointer() = 0;
+  // Global key and button observation; null where the session offers none.
+  virtual InputMonitor* input() = 0;
+  // Window-manager requests; null where there is no window manager to ask.
+  virtual WindowSystem* windows() = 0;
+  virtual SettingsLink& settingsLink() = 0;
+  virtual DefaultsStore& defaults() = 0;
+  virtual PreferredLanguages& preferredLanguages() = 0;
+  virtual NotificationCenter& center() = 0;
+};
+
+}  // namespace vorrik

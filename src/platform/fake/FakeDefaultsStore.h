@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/DefaultsStore.h"
+
+namespace vorrik::fake {
+
+class FakeDefaultsStore final : public DefaultsStore {
+ public:
+  std::optional<std::string> stringForKey(std::string_view key) override;
+  void setString(std::string_view key, std::string_view value) override;
+  void erase(std::string_view key);
+  int writes() const { return writes_; }
+
+ private:
+  std::map<std::string, std::string, std::less<>> values_;
+  int writes_ = 0;
+};
+
+}  // namespace vorrik::fake

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+#include "platform/fake/FakeTrust.h"
+
+#include <utility>
+
+namespace vorrik::fake {
+
+bool FakeTrust::isTrusted(bool prompt) {
+  std::lock_guard lock(mutex_);
+  ++queries_;
+  if (prompt) ++prompts_;
+  return trusted_;
+}
+
+void FakeTrust::setTrusted(bool trusted) {
+  std::lock_guard lock(mutex_);
+  trusted_ = trusted;
+}
+
+int FakeTrust::prompts() const {
+  std::lock_guard lock(mutex_);
+  return prompts_;
+}
+
+int FakeTrust::queries() const {
+  std::lock_guard lock(mutex_);
+  return queries_;
+}
+
+}  // namespace vorrik::fake

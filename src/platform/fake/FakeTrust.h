@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <mutex>
+
+#include "platform/AccessibilityTrust.h"
+
+namespace vorrik::fake {
+
+class FakeTrust final : public AccessibilityTrust {
+ public:
+  bool isTrusted(bool prompt) override;
+  void setTrusted(bool trusted);
+  // How often the system prompt was asked for.
+  int prompts() const;
+  int queries() const;
+
+ private:
+  mutable std::mutex mutex_;
+  bool trusted_ = true;
+  int prompts_ = 0;
+  int queries_ = 0;
+};
+
+}  // namespace vorrik::fake

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#include "platform/x11/X11Desktop.h"
+
+#include "platform/qt/QtServices.h"
+#include "platform/qt/QtSettingsLink.h"
+#include "platform/x11/X11Input.h"
+#include "platform/x11/X11InputMonitor.h"
+#include "platform/x11/X11Window.h"
+
+// Last: Xlib's macros clash with names in the Qt headers above.
+#include <X11/Xlib.h>
+
+namespace vorrik::x11 {
+namespace {
+
+// Members in the order they must be built: the Qt services first, every X connection its own.
+class X11Desktop final : public Desktop {
+ public:
+  MainQueue& mainQueue() override { return mainQueue_; }
+  AccessibilityTrust& trust() override { return trust_; }
+  EventInjector& injector() override { return injector_; }
+  Pointer& clickPointer() override { return clickPointer_; }
+  Pointer& pickPointer() override { return pickPointer_; }
+  InputMonitor* input() override { return &input_; }
+  WindowSystem* windows() override { return &windows_; }
+  SettingsLink& settingsLink() override { return settingsLink_; }
+  DefaultsStore& defaults() override { return defaults_; }
+  PreferredLanguages& preferredLanguages() override { return preferred_; }
+  NotificationCenter& center() override { return center_; }
+
+ private:
+  qt::QtDefaultsStore defaults_;
+  qt::QtPreferredLanguages preferred_;
+  qt::QtNotificationCenter center_;
+  qt::QtMainQueue mainQueue_;
+  qt::QtSettingsLink settingsLink_;
+  X11Trust trust_;
+  X11Injector injector_;
+  X11Pointer clickPointer_;
+  X11Pointer pickPointer_;
+  X11InputMonitor input_;
+  X11WindowSystem windows_;
+};
+
+}  // namespace
+
+std::optional<std::string> unfit(const Session& session) {
+  // Xlib is used from several threads; this must precede every connection.
+  XInitThreads();
+  if (session.display.empty()) {
+    return "no X display (DISPLAY is not set)";
+  }
+  Display* display = XOpenDisplay(session.display.c_str());
+  if (display == nullptr) {
+    return "the X display \"" + session.display + "\" does not open";
+  }
+  XCloseDisplay(display);
+  return std::nullopt;
+}
+
+std::unique_ptr<Desktop> openDesktop(const Session& /*session*/) {
+  return std::make_unique<X11Desktop>();
+}
+
+}  // namespace vorrik::x11
