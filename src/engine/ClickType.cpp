@@ -17,7 +17,9 @@ std::string_view rawValue(ClickType type) {
 
 std::optional<ClickType> clickTypeFromRaw(std::string_view raw) {
   for (ClickType type : allClickTypes) {
-    if (rawValue(type) == raw) return type;
+    if (rawValue(type) == raw) {
+      return type;
+    }
   }
   return std::nullopt;
 }

@@ -39,8 +39,9 @@ Table buildTable() {
   };
   Table table;
   table.reserve(std::size(lists));
-  for (const auto& [code, list] : lists)
+  for (const auto& [code, list] : lists) {
     table.emplace(code, buildTexts(code, *list));
+  }
   return table;
 }
 
@@ -89,15 +90,20 @@ std::string t(std::string_view key, const Values& values) {
   const std::string wanted(key);
   auto lookup = [&](const std::string& code) -> const std::string* {
     auto language = all.find(code);
-    if (language == all.end()) return nullptr;
+    if (language == all.end()) {
+      return nullptr;
+    }
     auto found = language->second.find(wanted);
     return found == language->second.end() ? nullptr : &found->second;
   };
   const std::string* text = lookup(lang());
-  if (text == nullptr) text = lookup("en");
+  if (text == nullptr) {
+    text = lookup("en");
+  }
   std::string result = text != nullptr ? *text : wanted;
-  for (const auto& [name, value] : values)
+  for (const auto& [name, value] : values) {
     replaceAll(result, "{" + name + "}", value);
+  }
   return result;
 }
 
@@ -118,7 +124,9 @@ std::string lang() {
     return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
   });
   for (const std::string& code : supported()) {
-    if (preferred.starts_with(code)) return code;
+    if (preferred.starts_with(code)) {
+      return code;
+    }
   }
   return "en";
 }
@@ -126,8 +134,12 @@ std::string lang() {
 void setLang(std::string_view code) {
   const Services services = current();
   const std::string_view stored = isSupported(code) ? code : std::string_view("en");
-  if (services.defaults != nullptr) services.defaults->setString(kLangKey, stored);
-  if (services.center != nullptr) services.center->post(changed());
+  if (services.defaults != nullptr) {
+    services.defaults->setString(kLangKey, stored);
+  }
+  if (services.center != nullptr) {
+    services.center->post(changed());
+  }
 }
 
 void install(Services services) {

@@ -13,10 +13,7 @@
 #include "platform/NotificationCenter.h"
 #include "platform/PreferredLanguages.h"
 
-namespace vorrik {
-
-// Every user-visible text, in five languages, and the current language.
-namespace L {
+namespace vorrik::L {
 
 // Placeholder name (without braces) to the text that replaces it.
 using Values = std::map<std::string, std::string, std::less<>>;
@@ -58,5 +55,4 @@ using Entry = std::pair<std::string_view, std::string_view>;
 // Builds one language's texts from its list; a repeated key is a fatal error of the program.
 Texts buildTexts(std::string_view code, std::span<const Entry> list);
 
-}  // namespace L
-}  // namespace vorrik
+}  // namespace vorrik::L

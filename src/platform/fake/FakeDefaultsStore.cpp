@@ -7,7 +7,9 @@ namespace vorrik::fake {
 
 std::optional<std::string> FakeDefaultsStore::stringForKey(std::string_view key) {
   auto it = values_.find(key);
-  if (it == values_.end()) return std::nullopt;
+  if (it == values_.end()) {
+    return std::nullopt;
+  }
   return it->second;
 }
 
@@ -18,7 +20,9 @@ void FakeDefaultsStore::setString(std::string_view key, std::string_view value) 
 
 void FakeDefaultsStore::erase(std::string_view key) {
   auto it = values_.find(key);
-  if (it != values_.end()) values_.erase(it);
+  if (it != values_.end()) {
+    values_.erase(it);
+  }
 }
 
 }  // namespace vorrik::fake

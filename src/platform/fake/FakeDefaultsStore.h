@@ -16,7 +16,7 @@ class FakeDefaultsStore final : public DefaultsStore {
   std::optional<std::string> stringForKey(std::string_view key) override;
   void setString(std::string_view key, std::string_view value) override;
   void erase(std::string_view key);
-  int writes() const { return writes_; }
+  [[nodiscard]] int writes() const { return writes_; }
 
  private:
   std::map<std::string, std::string, std::less<>> values_;

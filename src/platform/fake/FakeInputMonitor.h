@@ -27,18 +27,18 @@ class FakeInputMonitor final : public InputMonitor {
   // false: later add...() calls give nothing, as without a display.
   void setAvailable(bool available) { available_ = available; }
   // Handles installed now, in the order they were added.
-  std::vector<Handle> keyMonitors() const;
-  std::vector<Handle> leftPressMonitors() const;
+  [[nodiscard]] std::vector<Handle> keyMonitors() const;
+  [[nodiscard]] std::vector<Handle> leftPressMonitors() const;
   // Every handle given out, and every remove() call, in order.
-  const std::vector<Handle>& installed() const { return installed_; }
-  const std::vector<Handle>& removed() const { return removed_; }
+  [[nodiscard]] const std::vector<Handle>& installed() const { return installed_; }
+  [[nodiscard]] const std::vector<Handle>& removed() const { return removed_; }
 
  private:
   struct Monitor {
     std::function<void(Key)> onKey;
     std::function<void()> onLeftPress;
   };
-  std::vector<Handle> live(bool keys) const;
+  [[nodiscard]] std::vector<Handle> live(bool keys) const;
 
   bool available_ = true;
   Handle next_ = 1;

@@ -16,7 +16,9 @@ int FakeMainQueue::drain() {
     std::function<void()> task;
     {
       std::lock_guard lock(mutex_);
-      if (tasks_.empty()) return ran;
+      if (tasks_.empty()) {
+        return ran;
+      }
       task = std::move(tasks_.front());
       tasks_.pop_front();
     }

@@ -14,7 +14,9 @@ void FakeNotificationCenter::post(std::string_view name) {
   // Observers added while delivering see only later posts.
   const auto observers = observers_;
   for (const auto& [observed, handler] : observers) {
-    if (observed == name) handler();
+    if (observed == name) {
+      handler();
+    }
   }
 }
 

@@ -16,7 +16,7 @@ class FakeNotificationCenter final : public NotificationCenter {
  public:
   void addObserver(std::string name, std::function<void()> handler) override;
   void post(std::string_view name) override;
-  const std::vector<std::string>& posts() const { return posts_; }
+  [[nodiscard]] const std::vector<std::string>& posts() const { return posts_; }
 
  private:
   std::vector<std::pair<std::string, std::function<void()>>> observers_;

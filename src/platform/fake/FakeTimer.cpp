@@ -25,7 +25,9 @@ bool FakeTimer::armed() const {
 
 std::optional<nanoseconds> FakeTimer::armedDelay() const {
   std::lock_guard lock(mutex_);
-  if (!handler_) return std::nullopt;
+  if (!handler_) {
+    return std::nullopt;
+  }
   return delay_;
 }
 
@@ -44,7 +46,9 @@ bool FakeTimer::fire() {
   nanoseconds delay{};
   {
     std::lock_guard lock(mutex_);
-    if (!handler_) return false;
+    if (!handler_) {
+      return false;
+    }
     handler = std::exchange(handler_, nullptr);
     delay = delay_;
   }

@@ -8,7 +8,9 @@ namespace vorrik::fake {
 bool FakeTrust::isTrusted(bool prompt) {
   std::lock_guard lock(mutex_);
   ++queries_;
-  if (prompt) ++prompts_;
+  if (prompt) {
+    ++prompts_;
+  }
   return trusted_;
 }
 
