@@ -13,6 +13,7 @@
 #include "platform/NotificationCenter.h"
 #include "platform/PreferredLanguages.h"
 
+// Every user-visible text, in five languages, and the current language.
 namespace vorrik::L {
 
 // Placeholder name (without braces) to the text that replaces it.
