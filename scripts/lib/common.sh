@@ -12,7 +12,7 @@ VORRIK_BUILD_PACKAGES=(
 )
 VORRIK_TEST_PACKAGES=(
   xvfb xauth xdotool x11-utils xinput trayer imagemagick
-  clang-format dpkg-dev file appstream
+  clang-format clang-tidy dpkg-dev file appstream
 )
 VORRIK_RUN_PACKAGES=(xvfb xauth)
 
