@@ -25,7 +25,9 @@ done
 tmp=$(mktemp -d)
 chmod 755 "$tmp"
 sway_pid=""
+keyboard_pid=""
 cleanup() {
+  [ -z "$keyboard_pid" ] || kill "$keyboard_pid" 2>/dev/null || true
   if [ -n "$sway_pid" ]; then
     kill "$sway_pid" 2>/dev/null || true
     wait "$sway_pid" 2>/dev/null || true
@@ -71,6 +73,13 @@ for _ in $(seq 1 200); do
 done
 [ "$ready" = 1 ] || { echo "sway did not start:" >&2; cat "$tmp/sway.log" >&2; exit 1; }
 export WAYLAND_DISPLAY="$wl" SWAYSOCK="$sock" QT_QPA_PLATFORM=wayland
+
+# A seat with a keyboard from the start, as a real one has: clients bind it once, and every
+# later key from wtype reaches them.
+if command -v wtype >/dev/null; then
+  "${as_user[@]}" wtype -s 2000000000 >/dev/null 2>&1 &
+  keyboard_pid=$!
+fi
 
 # The command itself, where the user running sway can reach it.
 cmd=("$@")

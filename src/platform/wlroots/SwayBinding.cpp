@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::array<char, 6> kMagic{'i', '3', '-', 'i', 'p', 'c'};
 constexpr std::uint32_t kRunCommand = 0;
-constexpr std::uint32_t kGetConfig = 6;
+constexpr std::uint32_t kGetConfig = 9;
 constexpr int kTimeoutMs = 2000;
 
 bool writeAll(int fd, const char* data, std::size_t size) {

@@ -31,7 +31,7 @@ class SwayBinding {
 };
 
 // One sway IPC request: the reply's payload, or nothing when the socket does not answer.
-// type 0 runs commands, 6 returns the loaded configuration.
+// type 0 runs commands, 9 returns the loaded configuration.
 std::optional<std::string> swayRequest(const std::string& socketPath, std::uint32_t type,
                                        const std::string& payload);
 
