@@ -33,5 +33,6 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY "optional")
 # Library dependencies come from dpkg-shlibdeps; the X server needs XTEST for clicks, which
 # every stock X server has, so nothing beyond the libraries is required.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-dejavu-core")
+# The wlroots backend's windows need the Qt Wayland platform plugin.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-dejavu-core, qt6-wayland")
 include(CPack)

@@ -7,14 +7,16 @@ VORRIK_ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)"
 VORRIK_BUILD_PACKAGES=(
   g++ cmake ninja-build make pkg-config ccache
   qt6-base-dev libgl-dev libx11-dev libxtst-dev libxi-dev
+  libwayland-dev libwayland-bin wayland-protocols
   libgtest-dev libgmock-dev libbenchmark-dev
   fonts-dejavu-core
 )
 VORRIK_TEST_PACKAGES=(
   xvfb xauth xdotool x11-utils xinput trayer imagemagick
   clang-format clang-tidy dpkg-dev file appstream
+  sway qt6-wayland wtype
 )
-VORRIK_RUN_PACKAGES=(xvfb xauth)
+VORRIK_RUN_PACKAGES=(xvfb xauth qt6-wayland)
 
 info() { printf '\033[1m==> %s\033[0m\n' "$*"; }
 

@@ -3,12 +3,15 @@
 #include <array>
 
 #include "platform/Backend.h"
+#include "platform/wlroots/WlrootsDesktop.h"
 #include "platform/x11/X11Desktop.h"
 
 namespace vorrik {
 
 std::span<const Backend> availableBackends() {
   static const std::array kBackends{
+      // A wlroots compositor's own clicks reach every window; Xwayland's reach only X ones.
+      Backend{"wlroots", "wayland", &wlroots::unfit, &wlroots::openDesktop},
       Backend{"x11", "xcb", &x11::unfit, &x11::openDesktop},
   };
   return kBackends;

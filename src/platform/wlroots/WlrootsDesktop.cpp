@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: MIT
+#include "platform/wlroots/WlrootsDesktop.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+#include "platform/qt/QtServices.h"
+#include "platform/qt/QtSettingsLink.h"
+#include "platform/wlroots/PickOverlay.h"
+#include "platform/wlroots/SwayBinding.h"
+#include "platform/wlroots/WlrootsInput.h"
+
+namespace vorrik::wlroots {
+namespace {
+
+std::string env(const char* name) {
+  const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): main thread
+  return value != nullptr ? value : "";
+}
+
+// Members in the order they must be built: the Qt services first, the injector with its own
+// connection, the binding last so that it goes first on quit.
+class WlrootsDesktop final : public Desktop {
+ public:
+  explicit WlrootsDesktop(const Session& session)
+      : trust_(session.waylandDisplay),
+        injector_(session.waylandDisplay),
+        binding_("F6", toggleCommand(), env("SWAYSOCK")) {
+    if (!binding_.bound()) {
+      std::fprintf(stderr,
+                   "vorrik: F6 cannot be observed on this desktop and is not bound (%s); to "
+                   "toggle runs with it, add to the compositor's configuration: %s\n",
+                   binding_.why().c_str(), bindingLine("F6", "vorrik --toggle").c_str());
+    }
+  }
+  ~WlrootsDesktop() override {
+    // A run may still be ending: no button stays down after Vorrik.
+    injector_.releaseAll();
+  }
+  WlrootsDesktop(const WlrootsDesktop&) = delete;
+  WlrootsDesktop& operator=(const WlrootsDesktop&) = delete;
+
+  MainQueue& mainQueue() override { return mainQueue_; }
+  AccessibilityTrust& trust() override { return trust_; }
+  EventInjector& injector() override { return injector_; }
+  Pointer& clickPointer() override { return clickPointer_; }
+  Pointer& pickPointer() override { return picker_; }
+  InputMonitor* input() override { return &picker_; }
+  WindowSystem* windows() override { return nullptr; }
+  SettingsLink& settingsLink() override { return settingsLink_; }
+  DefaultsStore& defaults() override { return defaults_; }
+  PreferredLanguages& preferredLanguages() override { return preferred_; }
+  NotificationCenter& center() override { return center_; }
+
+ private:
+  qt::QtDefaultsStore defaults_;
+  qt::QtPreferredLanguages preferred_;
+  qt::QtNotificationCenter center_;
+  qt::QtMainQueue mainQueue_;
+  qt::QtSettingsLink settingsLink_;
+  WlrootsTrust trust_;
+  WlrootsInjector injector_;
+  CursorPointer clickPointer_;
+  PickOverlay picker_;
+  SwayBinding binding_;
+};
+
+// Safe to hand to sway's exec unquoted.
+bool plainPath(const std::string& path) {
+  return !path.empty() && std::all_of(path.begin(), path.end(), [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '/' ||
+           c == '.' || c == '_' || c == '-' || c == '+';
+  });
+}
+
+}  // namespace
+
+std::string toggleCommand() {
+  if (std::string command = env("VORRIK_TOGGLE_COMMAND"); !command.empty()) {
+    return command;
+  }
+  std::array<char, 4096> path{};
+  const ssize_t n = ::readlink("/proc/self/exe", path.data(), path.size() - 1);
+  const std::string self = n > 0 ? std::string(path.data(), static_cast<std::size_t>(n)) : "";
+  return (plainPath(self) ? self : std::string("vorrik")) + " --toggle";
+}
+
+std::optional<std::string> unfit(const Session& session) {
+  if (session.waylandDisplay.empty()) {
+    return "no Wayland display (WAYLAND_DISPLAY is not set)";
+  }
+  return whyNoVirtualPointer(session.waylandDisplay);
+}
+
+std::unique_ptr<Desktop> openDesktop(const Session& session) {
+  return std::make_unique<WlrootsDesktop>(session);
+}
+
+}  // namespace vorrik::wlroots

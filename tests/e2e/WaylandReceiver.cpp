@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+// Another Wayland client for end-to-end tests: a full-screen Qt window that prints every button
+// event it receives, one line each, as Qt reports it:
+//   ready WIDTH HEIGHT | press|release|double left|right X Y MILLISECONDS | key NAME
+// X and Y in output-layout pixels; milliseconds on the monotonic clock.
+#include <QApplication>
+#include <QKeyEvent>
+#include <QKeySequence>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScreen>
+#include <QWidget>
+
+#include <cstdio>
+#include <ctime>
+
+namespace {
+
+double nowMs() {
+  timespec ts{};
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return double(ts.tv_sec) * 1e3 + double(ts.tv_nsec) / 1e6;
+}
+
+class Receiver final : public QWidget {
+ protected:
+  bool event(QEvent* e) override {
+    const char* what = nullptr;
+    switch (e->type()) {
+      case QEvent::MouseButtonPress:
+        what = "press";
+        break;
+      case QEvent::MouseButtonRelease:
+        what = "release";
+        break;
+      case QEvent::MouseButtonDblClick:
+        what = "double";
+        break;
+      default:
+        break;
+    }
+    if (what != nullptr) {
+      const auto* m = static_cast<QMouseEvent*>(e);
+      const QPointF at = m->position() + QPointF(screen()->geometry().topLeft());
+      std::printf("%s %s %g %g %.3f\n", what, m->button() == Qt::RightButton ? "right" : "left",
+                  at.x(), at.y(), nowMs());
+      std::fflush(stdout);
+    }
+    return QWidget::event(e);
+  }
+  void keyPressEvent(QKeyEvent* e) override {
+    std::printf("key %s\n", qPrintable(QKeySequence(e->key()).toString()));
+    std::fflush(stdout);
+  }
+  void paintEvent(QPaintEvent* /*event*/) override {
+    QPainter(this).fillRect(rect(), Qt::darkGray);
+    if (size() != screen()->geometry().size() || ready_) {
+      return;
+    }
+    // The second full-size frame is drawn once the compositor has shown the first, so the
+    // window takes input where the tests expect it.
+    if (++fullFrames_ < 2) {
+      update();
+      return;
+    }
+    ready_ = true;
+    std::printf("ready %d %d\n", width(), height());
+    std::fflush(stdout);
+  }
+
+ private:
+  int fullFrames_ = 0;
+  bool ready_ = false;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QApplication app(argc, argv);
+  Receiver receiver;
+  receiver.showFullScreen();
+  return QApplication::exec();
+}

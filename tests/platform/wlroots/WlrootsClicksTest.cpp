@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: MIT
+// Real clicks on a private headless sway: the engine with its real timer thread and pauses
+// clicks through a virtual pointer into another client's full-screen Qt window, which prints
+// what Qt made of every event. Time bounds are generous; bench/ measures precision.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <thread>
+
+#include "e2e/WaylandPeer.h"
+#include "engine/ClickEngine.h"
+#include "platform/fake/FakeMainQueue.h"
+#include "platform/posix/PosixServices.h"
+#include "platform/wlroots/WlrootsInput.h"
+
+namespace vorrik {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+using e2e::WaylandButton;
+
+class WlrootsClicks : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(receiver.ready()) << "needs a compositor: run through tests/e2e/with-sway.sh";
+    ASSERT_TRUE(injector.connected());
+    engine.onTick = [this](std::int64_t n) { lastTick = n; };
+    engine.onStop = [this](const std::optional<std::string>& r) { stopText = r.value_or("-"); };
+  }
+
+  template <typename Pred>
+  void pumpUntil(Pred pred) {
+    const auto deadline = Clock::now() + 20s;
+    while (!pred() && Clock::now() < deadline) {
+      queue.drain();
+      std::this_thread::sleep_for(1ms);
+    }
+    ASSERT_TRUE(pred());
+  }
+
+  void runToTheEnd() {
+    engine.start();
+    pumpUntil([&] { return stopText.has_value(); });
+  }
+
+  // One click straight through the injector, as the engine makes it.
+  void clickAt(ClickPoint at) {
+    for (MouseAction action : {MouseAction::down, MouseAction::up}) {
+      const auto event = injector.make(action, MouseButton::left, at);
+      ASSERT_TRUE(event);
+      injector.post(*event);
+    }
+  }
+
+  static std::vector<WaylandButton> only(const std::vector<WaylandButton>& events,
+                                         const std::string& kind) {
+    std::vector<WaylandButton> out;
+    for (const WaylandButton& b : events) {
+      if (b.kind == kind) {
+        out.push_back(b);
+      }
+    }
+    return out;
+  }
+
+  // First: a headless seat has a pointer only once a virtual one exists, and a client that
+  // starts before that sees the first click only after it has bound the new pointer.
+  wlroots::WlrootsInjector injector;
+  e2e::WaylandReceiver receiver{VORRIK_WAYLAND_RECEIVER};
+  fake::FakeMainQueue queue;
+  wlroots::WlrootsTrust trust;
+  wlroots::CursorPointer pointer;
+  posix::MonotonicSleeper sleeper;
+  posix::SystemRandom random;
+  ClickEngine engine{{queue, trust, injector, pointer, sleeper, random},
+                     std::make_unique<posix::WorkerTimer>()};
+  std::int64_t lastTick = 0;
+  std::optional<std::string> stopText;
+};
+
+TEST_F(WlrootsClicks, LeftClicksVisitThePointsInOrderAndStopAtTheCount) {
+  const std::vector<ClickPoint> points{{100, 150}, {400, 300}, {1279, 719}};
+  engine.points.assign(points);
+  engine.intervalMs = 50;
+  engine.maxClicks = 6;
+  runToTheEnd();
+  EXPECT_EQ(stopText, "Done: 6 clicks.");
+  const std::vector<WaylandButton> events = receiver.buttons(300ms);
+  ASSERT_EQ(events.size(), 12U);
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    EXPECT_EQ(events[i].kind, i % 2 == 0 ? "press" : "release") << i;
+    EXPECT_FALSE(events[i].right) << i;
+    EXPECT_EQ(events[i].at, points[(i / 2) % 3]) << i;
+  }
+}
+
+TEST_F(WlrootsClicks, RightClickBurstsNeverExceedTheCount) {
+  engine.points.assign({{640, 400}});
+  engine.clickType = ClickType::right;
+  engine.burst = 3;
+  engine.maxClicks = 5;
+  runToTheEnd();
+  EXPECT_EQ(stopText, "Done: 5 clicks.");
+  const std::vector<WaylandButton> events = receiver.buttons(300ms);
+  ASSERT_EQ(events.size(), 10U);
+  for (const WaylandButton& b : events) {
+    EXPECT_TRUE(b.right);
+    EXPECT_EQ(b.at, (ClickPoint{640, 400}));
+  }
+}
+
+TEST_F(WlrootsClicks, ClicksAtTheCursorLandWhereThePointerIs) {
+  clickAt({321, 234});
+  engine.intervalMs = 50;
+  engine.maxClicks = 3;
+  runToTheEnd();
+  // Qt reports every second press at the same spot as a double click.
+  const auto events = receiver.buttons(300ms);
+  const auto presses = only(events, "press");
+  ASSERT_EQ(presses.size() + only(events, "double").size(), 4U);
+  for (const WaylandButton& b : presses) {
+    EXPECT_EQ(b.at, (ClickPoint{321, 234}));
+  }
+}
+
+TEST_F(WlrootsClicks, QtSeesADoubleClick) {
+  engine.points.assign({{200, 200}});
+  engine.clickType = ClickType::double_;
+  engine.maxClicks = 1;
+  runToTheEnd();
+  const std::vector<WaylandButton> events = receiver.buttons(300ms);
+  ASSERT_EQ(events.size(), 4U);
+  EXPECT_EQ(events[0].kind, "press");
+  EXPECT_EQ(events[2].kind, "double") << "Qt reports the second press as a double click";
+  EXPECT_EQ(only(events, "release").size(), 2U);
+}
+
+TEST_F(WlrootsClicks, PointsOutsideEveryOutputAreRefused) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const struct {
+    ClickPoint at;
+    bool made;
+  } cases[] = {{{0, 0}, true},
+               {{1279, 719}, true},
+               {{-1, 0}, false},
+               {{1280, 0}, false},
+               {{0, 720}, false},
+               {{nan, 5}, false},
+               {{std::numeric_limits<double>::infinity(), 0}, false}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(injector.make(MouseAction::down, MouseButton::left, c.at).has_value(), c.made)
+        << c.at.x << "," << c.at.y;
+  }
+  EXPECT_TRUE(injector.make(MouseAction::down, MouseButton::left, wlroots::atCursor()));
+}
+
+// Sway keeps a button down when the process that pressed it dies without releasing it (measured:
+// SIGTERM and SIGKILL during a press leave it held), so the injector releases on every orderly
+// end, and Vorrik's signal handling ends in one.
+TEST_F(WlrootsClicks, DestroyingTheInjectorMidPressReleases) {
+  auto own = std::make_unique<wlroots::WlrootsInjector>();
+  own->post(*own->make(MouseAction::down, MouseButton::right, {600, 300}));
+  ASSERT_EQ(receiver.buttons(1s).size(), 1U);
+  own.reset();
+  const auto after = receiver.buttons(1s);
+  ASSERT_EQ(after.size(), 1U);
+  EXPECT_EQ(after.front().kind, "release");
+  EXPECT_TRUE(after.front().right);
+}
+
+}  // namespace
+}  // namespace vorrik
