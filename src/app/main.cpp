@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "app/AppDelegate.h"
+#include "app/CommandLine.h"
 #include "app/LetterIcon.h"
 #include "app/SingleInstance.h"
 #include "l10n/L.h"
@@ -23,6 +24,11 @@
 #endif
 
 int main(int argc, char** argv) {
+  vorrik::SingleInstance instance;
+  vorrik::Command command = vorrik::Command::Show;
+  if (const auto status = vorrik::handleCommandLine(argc, argv, instance, command)) {
+    return *status;
+  }
   QApplication app(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Vorrik"));
   QApplication::setApplicationVersion(QStringLiteral(VORRIK_SHORT_VERSION));
@@ -32,10 +38,6 @@ int main(int argc, char** argv) {
   QApplication::setQuitOnLastWindowClosed(
       vorrik::AppDelegate::applicationShouldTerminateAfterLastWindowClosed());
 
-  vorrik::SingleInstance instance;
-  if (!instance.claim()) {
-    return 0;
-  }
   vorrik::applyDarkTheme(app);
 
   vorrik::qt::QtDefaultsStore defaults;
@@ -68,12 +70,18 @@ int main(int argc, char** argv) {
                                              &windows});
          },
          {}});
-    QObject::connect(&instance, &vorrik::SingleInstance::reopenRequested, &delegate, [&delegate] {
-      delegate.applicationShouldHandleReopen(delegate.panel()->isVisible());
-    });
-    // Start-up runs once the event loop is going, as after a finished launch.
+    QObject::connect(&instance, &vorrik::SingleInstance::commandReceived, &delegate,
+                     [&delegate](vorrik::Command asked) { vorrik::perform(delegate, asked); });
+    // Start-up runs once the event loop is going, as after a finished launch; then what this
+    // launch asked for, and then what later launches ask.
     QMetaObject::invokeMethod(&delegate, &vorrik::AppDelegate::applicationDidFinishLaunching,
                               Qt::QueuedConnection);
+    if (command != vorrik::Command::Show) {
+      QMetaObject::invokeMethod(
+          &delegate, [&delegate, command] { vorrik::perform(delegate, command); },
+          Qt::QueuedConnection);
+    }
+    instance.serve();
     status = QApplication::exec();
   }
   vorrik::L::install({});
