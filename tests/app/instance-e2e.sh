@@ -48,6 +48,9 @@ within 5 shown 0 || fail "Ctrl+H did not hide the panel"
 kill -0 "$first" || fail "hiding the panel ended Vorrik"
 timeout 10 "$app" || fail "the second launch ended with status $?"
 within 5 shown 1 || fail "the second launch did not show the panel"
+# A launch on another display says where Vorrik runs.
+DISPLAY=:elsewhere timeout 10 "$app" 2>"$scratch/err" || fail "a launch elsewhere: status $?"
+grep -q "already runs on display $DISPLAY" "$scratch/err" || fail "elsewhere: $(cat "$scratch/err")"
 # The tray icon: Vorrik's small window inside the tray host, away from the origin.
 for w in $(xdotool search --classname '^vorrik$'); do
   eval "$(xdotool getwindowgeometry --shell "$w")"
