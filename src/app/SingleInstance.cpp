@@ -263,7 +263,7 @@ SingleInstance::Claim SingleInstance::claim(Command command, bool mayStart) {
       return {Outcome::Primary, note};
     }
     if (errno != EWOULDBLOCK && errno != EINTR) {
-      const Claim result = unguarded("cannot lock " + lockPath + ": " + lastError());
+      Claim result = unguarded("cannot lock " + lockPath + ": " + lastError());
       releaseLock();
       return result;
     }

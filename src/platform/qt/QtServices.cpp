@@ -40,11 +40,15 @@ QtDefaultsStore::QtDefaultsStore(const QString& iniPath) {
 std::optional<std::string> QtDefaultsStore::stringForKey(std::string_view key) {
   if (!settings_) {
     const auto found = memory_.find(key);
-    if (found == memory_.end()) return std::nullopt;
+    if (found == memory_.end()) {
+      return std::nullopt;
+    }
     return found->second;
   }
   const QVariant value = settings_->value(toQString(key));
-  if (value.typeId() != QMetaType::QString) return std::nullopt;
+  if (value.typeId() != QMetaType::QString) {
+    return std::nullopt;
+  }
   return value.toString().toStdString();
 }
 
