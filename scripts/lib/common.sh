@@ -11,7 +11,7 @@ VORRIK_BUILD_PACKAGES=(
   fonts-dejavu-core
 )
 VORRIK_TEST_PACKAGES=(
-  xvfb xauth xdotool x11-utils xinput trayer imagemagick
+  xvfb xauth xdotool x11-utils xinput trayer imagemagick python3
   clang-format dpkg-dev file appstream
 )
 VORRIK_RUN_PACKAGES=(xvfb xauth)
