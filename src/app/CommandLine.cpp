@@ -94,6 +94,12 @@ std::optional<int> handleCommandLine(int argc, char** argv, SingleInstance& inst
 }
 
 void perform(AppDelegate& delegate, Command command) {
+  if (delegate.panel() == nullptr) {
+    // A launch that waited in the socket's backlog can come before start-up has built the panel.
+    QMetaObject::invokeMethod(
+        &delegate, [&delegate, command] { perform(delegate, command); }, Qt::QueuedConnection);
+    return;
+  }
   // By name, like the menu's toggle: the delegate knows the panel only as a widget.
   switch (command) {
     case Command::Show:
