@@ -12,7 +12,7 @@ VORRIK_BUILD_PACKAGES=(
   fonts-dejavu-core
 )
 VORRIK_TEST_PACKAGES=(
-  xvfb xauth xdotool x11-utils xinput trayer imagemagick
+  xvfb xauth xdotool x11-utils xinput trayer imagemagick python3
   clang-format clang-tidy dpkg-dev file appstream
   sway qt6-wayland wtype
 )

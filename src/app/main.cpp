@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "app/AppDelegate.h"
+#include "app/CommandLine.h"
 #include "app/LetterIcon.h"
 #include "app/SingleInstance.h"
 #include "l10n/L.h"
@@ -38,6 +39,12 @@ int refuseSession(int argc, char** argv, const vorrik::Session& session, const s
 }  // namespace
 
 int main(int argc, char** argv) {
+  vorrik::SingleInstance instance;
+  vorrik::Command command = vorrik::Command::Show;
+  if (const auto status = vorrik::handleCommandLine(argc, argv, instance, command)) {
+    return *status;
+  }
+
   const vorrik::Session session = vorrik::Session::fromEnvironment();
   const vorrik::BackendChoice choice = vorrik::chooseBackend(session, vorrik::availableBackends());
   if (choice.backend == nullptr) {
@@ -58,10 +65,6 @@ int main(int argc, char** argv) {
   QApplication::setQuitOnLastWindowClosed(
       vorrik::AppDelegate::applicationShouldTerminateAfterLastWindowClosed());
 
-  vorrik::SingleInstance instance;
-  if (!instance.claim()) {
-    return 0;
-  }
   vorrik::applyDarkTheme(app);
 
   const std::unique_ptr<vorrik::Desktop> desktop = choice.backend->open(session);
@@ -80,12 +83,18 @@ int main(int argc, char** argv) {
                *desktop, sleeper, random, std::make_unique<vorrik::posix::WorkerTimer>()));
          },
          {}});
-    QObject::connect(&instance, &vorrik::SingleInstance::reopenRequested, &delegate, [&delegate] {
-      delegate.applicationShouldHandleReopen(delegate.panel()->isVisible());
-    });
-    // Start-up runs once the event loop is going, as after a finished launch.
+    QObject::connect(&instance, &vorrik::SingleInstance::commandReceived, &delegate,
+                     [&delegate](vorrik::Command asked) { vorrik::perform(delegate, asked); });
+    // Start-up runs once the event loop is going, as after a finished launch; then what this
+    // launch asked for, and then what later launches ask.
     QMetaObject::invokeMethod(&delegate, &vorrik::AppDelegate::applicationDidFinishLaunching,
                               Qt::QueuedConnection);
+    if (command != vorrik::Command::Show) {
+      QMetaObject::invokeMethod(
+          &delegate, [&delegate, command] { vorrik::perform(delegate, command); },
+          Qt::QueuedConnection);
+    }
+    instance.serve();
     status = QApplication::exec();
   }
   vorrik::L::install({});

@@ -364,6 +364,18 @@ void VorrikPanel::toggle() {
   engine.start();
 }
 
+void VorrikPanel::startRun() {
+  if (!engine.running()) {
+    toggle();
+  }
+}
+
+void VorrikPanel::stopRun() {
+  if (engine.running()) {
+    toggle();
+  }
+}
+
 void VorrikPanel::setRunning(bool running) {
   startBtn->setText(text(running ? "stop" : "start"));
   dot->setColor(running ? theme::lampRunning() : theme::lampStopped());

@@ -100,6 +100,10 @@ class VorrikPanel : public QWidget {
   void present();
   // Starts a stopped run with the panel's settings, or stops the run in progress.
   void toggle();
+  // Starts a run unless one is in progress.
+  void startRun();
+  // Stops the run in progress, if any.
+  void stopRun();
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "platform/qt/QtServices.h"
 
+#include <QFileInfo>
 #include <QLocale>
 #include <QMetaObject>
+#include <QStandardPaths>
 #include <QThread>
+
+#include <iostream>
 
 namespace vorrik::qt {
 namespace {
@@ -19,20 +23,42 @@ void QtMainQueue::post(std::function<void()> task) {
 }
 
 QtDefaultsStore::QtDefaultsStore()
-    : settings_(QStringLiteral("Vorrik"), QStringLiteral("Vorrik")) {}
+    : QtDefaultsStore(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+                      QStringLiteral("/Vorrik/Vorrik.conf")) {}
 
-QtDefaultsStore::QtDefaultsStore(const QString& iniPath)
-    : settings_(iniPath, QSettings::IniFormat) {}
+QtDefaultsStore::QtDefaultsStore(const QString& iniPath) {
+  // QSettings reads the whole file in its constructor; only a regular file surely ends.
+  const QFileInfo file(iniPath);
+  if (file.exists() && !file.isFile()) {
+    std::cerr << "vorrik: " << iniPath.toStdString()
+              << " is not a regular file; settings are kept for this session only\n";
+    return;
+  }
+  settings_.emplace(iniPath, QSettings::IniFormat);
+}
 
 std::optional<std::string> QtDefaultsStore::stringForKey(std::string_view key) {
-  const QVariant value = settings_.value(toQString(key));
-  if (value.typeId() != QMetaType::QString) return std::nullopt;
+  if (!settings_) {
+    const auto found = memory_.find(key);
+    if (found == memory_.end()) {
+      return std::nullopt;
+    }
+    return found->second;
+  }
+  const QVariant value = settings_->value(toQString(key));
+  if (value.typeId() != QMetaType::QString) {
+    return std::nullopt;
+  }
   return value.toString().toStdString();
 }
 
 void QtDefaultsStore::setString(std::string_view key, std::string_view value) {
-  settings_.setValue(toQString(key), toQString(value));
-  settings_.sync();
+  if (!settings_) {
+    memory_.insert_or_assign(std::string(key), std::string(value));
+    return;
+  }
+  settings_->setValue(toQString(key), toQString(value));
+  settings_->sync();
 }
 
 std::vector<std::string> QtPreferredLanguages::languages() {

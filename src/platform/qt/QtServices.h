@@ -8,6 +8,8 @@
 #include <QSettings>
 
 #include <functional>
+#include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -28,7 +30,10 @@ class QtMainQueue final : public MainQueue {
   QObject context_;  // queued tasks die with the queue instead of running after it
 };
 
-// QSettings under organisation and application "Vorrik".
+// QSettings in Vorrik/Vorrik.conf under the user's configuration directory. Where that path
+// holds something other than a regular file (a named pipe would block reading for ever), the
+// store keeps its values in memory for this session, says so once on stderr and leaves the
+// path alone.
 class QtDefaultsStore final : public DefaultsStore {
  public:
   QtDefaultsStore();
@@ -38,7 +43,8 @@ class QtDefaultsStore final : public DefaultsStore {
   void setString(std::string_view key, std::string_view value) override;
 
  private:
-  QSettings settings_;
+  std::optional<QSettings> settings_;
+  std::map<std::string, std::string, std::less<>> memory_;
 };
 
 // The system's user-interface languages, as QLocale reports them (LANGUAGE, LC_ALL, LANG).

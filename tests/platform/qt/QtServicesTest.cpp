@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: MIT
 // The Qt side of the language preference and of the main queue.
+#include <sys/stat.h>
+
 #include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +37,21 @@ class QtServicesTest : public QObject {
     L::install({&reopened, &preferred, &center});
     QCOMPARE(L::lang(), std::string("pt"));
     L::install({});
+  }
+
+  void aSettingsPathThatIsNoFileIsLeftAlone() {
+    QTemporaryDir dir;
+    const QString pipe = dir.filePath("pipe.conf");
+    QVERIFY(::mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0);
+    for (const QString& path : {pipe, dir.path()}) {
+      // A pipe would block the constructor for ever; the test's time limit catches that.
+      QtDefaultsStore defaults(path);
+      QCOMPARE(defaults.stringForKey(L::kLangKey), std::nullopt);
+      defaults.setString(L::kLangKey, "fr");
+      QCOMPARE(defaults.stringForKey(L::kLangKey), std::optional<std::string>("fr"));
+    }
+    QVERIFY(QFileInfo(pipe).exists() && !QFileInfo(pipe).isFile());
+    QCOMPARE(QFileInfo(pipe).size(), 0);
   }
 
   void tasksFromAWorkerRunOnTheMainThreadInOrder() {
