@@ -70,9 +70,7 @@ const List en{{
      "applications would receive the clicks, and F6 would work only while an X11 window has the "
      "keyboard. So Vorrik starts no runs here. Log in to an X11 session, or use a supported "
      "desktop (wlroots compositors such as sway)."},
-    {"wl_needed",
-     "No runs on this Wayland desktop: clicks would reach only X11 apps. Use an X11 session or a "
-     "supported desktop."},
+    {"wl_needed", "No runs on this Wayland desktop: use an X11 session or a supported desktop."},
 }};
 
 const List ht{{
@@ -138,8 +136,7 @@ const List ht{{
      "a. Se poutèt sa Vorrik pa kòmanse okenn seri klik isit la. Konekte nan yon sesyon X11, oswa "
      "sèvi ak yon biwo ki sipòte (konpozitè wlroots tankou sway)."},
     {"wl_needed",
-     "Pa gen klik sou biwo Wayland sa a: sèlman app X11 ta resevwa yo. Sèvi ak yon sesyon X11 oswa "
-     "yon biwo ki sipòte."},
+     "Pa gen klik sou biwo Wayland sa a: sèvi ak yon sesyon X11 oswa yon biwo ki sipòte."},
 }};
 
 const List fr{{
@@ -208,8 +205,7 @@ const List fr{{
      "le clavier. Vorrik ne lance donc aucune série de clics ici. Ouvrez une session X11, ou "
      "utilisez un bureau pris en charge (compositeurs wlroots comme sway)."},
     {"wl_needed",
-     "Pas de clics sur ce bureau Wayland : seules les apps X11 les recevraient. Ouvrez une session "
-     "X11 ou un bureau pris en charge."},
+     "Aucun clic sur ce bureau Wayland : ouvrez une session X11 ou un bureau pris en charge."},
 }};
 
 const List es{{
@@ -279,8 +275,7 @@ const List es{{
      "aquí. Inicia una sesión X11 o usa un escritorio compatible (compositores wlroots como "
      "sway)."},
     {"wl_needed",
-     "Sin clics en este escritorio Wayland: solo las apps X11 los recibirían. Usa una sesión X11 o "
-     "un escritorio compatible."},
+     "Sin clics en este escritorio Wayland: usa una sesión X11 o un escritorio compatible."},
 }};
 
 const List pt{{
@@ -349,8 +344,8 @@ const List pt{{
      "cliques aqui. Entre numa sessão X11 ou use uma área de trabalho compatível (compositores "
      "wlroots como o sway)."},
     {"wl_needed",
-     "Sem cliques nesta área de trabalho Wayland: só apps X11 os receberiam. Use uma sessão X11 ou "
-     "uma área de trabalho compatível."},
+     "Sem cliques nesta área de trabalho Wayland: use uma sessão X11 ou uma área de trabalho "
+     "compatível."},
 }};
 
 }  // namespace vorrik::L::catalogue
