@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
-# Installation (binary, desktop entry, icon, AppStream metadata) and the Debian package.
+# Installation (binary, desktop entry, icon, AppStream metadata, help page) and the Debian
+# package.
 #   cmake --install build/default --prefix /usr/local
 #   (cd build/default && cpack -G DEB)
 include(GNUInstallDirs)
@@ -13,6 +14,13 @@ install(FILES ${PROJECT_SOURCE_DIR}/data/${VORRIK_APP_ID}.svg
         DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
 install(FILES ${PROJECT_SOURCE_DIR}/data/${VORRIK_APP_ID}.metainfo.xml
         DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
+# The help page that the alert's button and the tray's entry open, found relative to the
+# executable: installed under share/doc/vorrik/, and copied to the same place in the build tree
+# so that a program run from there finds it too.
+set(VORRIK_HELP_PAGE share/doc/vorrik/help.html)
+configure_file(${PROJECT_SOURCE_DIR}/data/help.html ${PROJECT_BINARY_DIR}/${VORRIK_HELP_PAGE}
+               COPYONLY)
+install(FILES ${PROJECT_SOURCE_DIR}/data/help.html DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/vorrik)
 
 set(CPACK_GENERATOR "DEB")
 set(CPACK_PACKAGE_NAME "vorrik")

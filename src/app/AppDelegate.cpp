@@ -165,8 +165,11 @@ void AppDelegate::checkTrust() {
   if (services_.trust.isTrusted(false)) {
     return;
   }
-  const int answer = services_.runAlert(
-      {text("ax_title"), text("ax_body"), {text("open_settings"), text("later")}});
+  const L::RefusalKeys keys = L::refusalKeys(services_.trust.refusal());
+  const Alert alert{text(keys.title), text(keys.body), {text("open_settings"), text("later")}};
+  // Also for a start from a terminal, where the alert may be missed.
+  qCInfo(lcApp).noquote() << alert.message + QStringLiteral(": ") + alert.informative;
+  const int answer = services_.runAlert(alert);
   if (answer != kAlertFirstButton) {
     return;
   }

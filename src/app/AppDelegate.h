@@ -84,7 +84,7 @@ class AppDelegate final : public QObject {
   void show();
   // Starts a stopped run or stops a running one, without raising the panel.
   void toggleFromMenu();
-  // Opens the page where clicking can be allowed, without asking for the permission first.
+  // Opens the help page on what this desktop needs for clicks, without asking for trust first.
   void axSettings();
   // Shows the name, version and credits.
   void about();

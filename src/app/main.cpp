@@ -16,6 +16,7 @@
 #include "panel/VorrikPanel.h"
 #include "platform/Backend.h"
 #include "platform/posix/PosixServices.h"
+#include "platform/qt/QtServices.h"
 
 #ifndef VORRIK_SHORT_VERSION
 #define VORRIK_SHORT_VERSION ""
@@ -24,15 +25,26 @@
 namespace {
 
 // Says why Vorrik cannot serve this session: on stderr always, and in an alert when the
-// toolkit has a display to show one on.
+// toolkit has a display to show one on; a Wayland desktop's in the user's language.
 int refuseSession(int argc, char** argv, const vorrik::Session& session, const std::string& why) {
   std::fprintf(stderr, "vorrik: cannot start: %s\n", why.c_str());
   if (session.waylandDisplay.empty() && session.display.empty()) {
     return 1;
   }
   QApplication app(argc, argv);
-  vorrik::AppDelegate::runAlertModally(
-      {QStringLiteral("Vorrik cannot click on this desktop"), QString::fromStdString(why), {}});
+  if (!session.isWayland()) {
+    vorrik::AppDelegate::runAlertModally(
+        {QStringLiteral("Vorrik cannot click on this desktop"), QString::fromStdString(why), {}});
+    return 1;
+  }
+  vorrik::qt::QtDefaultsStore defaults;
+  vorrik::qt::QtPreferredLanguages preferred;
+  vorrik::L::install({&defaults, &preferred, nullptr});
+  const vorrik::L::RefusalKeys keys = vorrik::L::refusalKeys(vorrik::Refusal::unsupportedWayland);
+  vorrik::AppDelegate::runAlertModally({QString::fromStdString(vorrik::L::t(keys.title)),
+                                        QString::fromStdString(vorrik::L::t(keys.body)),
+                                        {}});
+  vorrik::L::install({});
   return 1;
 }
 

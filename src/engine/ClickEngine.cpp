@@ -41,7 +41,7 @@ void ClickEngine::start() {
     // Only the prompt matters here; its answer is not needed.
     ports_.trust.isTrusted(true);
     if (onStop) {
-      onStop(L::t("ax_needed"));
+      onStop(L::t(L::refusalKeys(ports_.trust.refusal()).line));
     }
     return;
   }

@@ -70,7 +70,8 @@ class ClickEngine {
   // Told that a run ended or could not begin, with its reason text, on the main thread.
   std::function<void(const std::optional<std::string>&)> onStop;
 
-  // Begins a run unless one is in progress; without trust, reports ax_needed through onStop.
+  // Begins a run unless one is in progress; without trust, reports the refusal's status line
+  // (ax_needed or wl_needed) through onStop.
   void start();
   // Ends the run in progress and reports reason through onStop; does nothing when idle.
   void stop(std::optional<std::string> reason);

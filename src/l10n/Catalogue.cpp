@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The built-in texts. Each list keeps the same key order; translators edit one column at a time.
 // Texts use "..." rather than an ellipsis character, and "{name}" placeholders stay as in English.
+// Vorrik ships for Linux: texts about the right to click name what a Linux session needs (ax_*
+// for an X server, wl_* for a Wayland desktop no backend serves), never another system's settings.
 #include "l10n/Catalogue.h"
 
 namespace vorrik::L::catalogue {
@@ -36,11 +38,12 @@ const List en{{
     {"max_points", "Max 5 points"},
     {"click_to_set", "Click anywhere to set point {n}..."},
     {"stopped", "Stopped"},
-    {"ax_needed", "Grant Accessibility access in System Settings, then press Start again."},
+    {"ax_needed",
+     "Clicks need the X server's XTEST extension: turn it on, then press Start again."},
     {"done", "Done: {n} clicks."},
     {"m_show", "Show Vorrik"},
     {"m_toggle", "Start / Stop (F6)"},
-    {"m_ax", "Accessibility settings..."},
+    {"m_ax", "Clicking on this desktop..."},
     {"m_language", "Language"},
     {"m_quit", "Quit Vorrik"},
     {"m_about", "About Vorrik"},
@@ -50,17 +53,24 @@ const List en{{
     {"m_copy", "Copy"},
     {"m_paste", "Paste"},
     {"m_selectall", "Select All"},
-    {"ax_title", "Vorrik needs Accessibility access"},
+    {"ax_title", "Vorrik needs the XTEST extension"},
     {"ax_body",
-     "macOS only lets an app click for you after you allow it under System Settings > Privacy & "
-     "Security > Accessibility. Vorrik never reads your screen, never collects data and has no "
-     "ads."},
-    {"open_settings", "Open Settings"},
+     "On X11 an app can click for you only through the X server's XTEST extension. Every normal X "
+     "server has it, but this one does not offer it. Turn XTEST on for this X server (the help "
+     "page shows how). Vorrik never reads your screen, never collects data and has no ads."},
+    {"open_settings", "Open Help"},
     {"later", "Later"},
-    {"about_title", "Vorrik for Mac {v}"},
+    {"about_title", "Vorrik for Linux {v}"},
     {"about_body",
      "Auto clicker. Zero ads. Zero tracking.\nMade with care by the Vorrik developers.\n"
      "https://vorrik.example"},
+    {"wl_title", "Vorrik cannot click on this Wayland desktop"},
+    {"wl_body",
+     "This Wayland desktop offers Vorrik no way to click into its applications: at most X11 "
+     "applications would receive the clicks, and F6 would work only while an X11 window has the "
+     "keyboard. So Vorrik starts no runs here. Log in to an X11 session, or use a supported "
+     "desktop (wlroots compositors such as sway)."},
+    {"wl_needed", "No runs on this Wayland desktop: use an X11 session or a supported desktop."},
 }};
 
 const List ht{{
@@ -94,11 +104,11 @@ const List ht{{
     {"max_points", "5 pwen maksimòm"},
     {"click_to_set", "Klike nenpòt kote pou mete pwen {n}..."},
     {"stopped", "Kanpe"},
-    {"ax_needed", "Bay aksè Aksesibilite nan Paramèt Sistèm, epi peze Kòmanse ankò."},
+    {"ax_needed", "Klik yo bezwen ekstansyon XTEST sèvè X la: aktive l, epi peze Kòmanse ankò."},
     {"done", "Fini: {n} klik."},
     {"m_show", "Montre Vorrik"},
     {"m_toggle", "Kòmanse / Kanpe (F6)"},
-    {"m_ax", "Paramèt aksesibilite..."},
+    {"m_ax", "Klike sou biwo sa a..."},
     {"m_language", "Lang"},
     {"m_quit", "Kite Vorrik"},
     {"m_about", "Konsènan Vorrik"},
@@ -108,17 +118,25 @@ const List ht{{
     {"m_copy", "Kopye"},
     {"m_paste", "Kole"},
     {"m_selectall", "Chwazi tout"},
-    {"ax_title", "Vorrik bezwen aksè Aksesibilite"},
+    {"ax_title", "Vorrik bezwen ekstansyon XTEST la"},
     {"ax_body",
-     "macOS kite yon app klike pou ou sèlman apre ou otorize l nan Paramèt Sistèm > Vi prive ak "
-     "sekirite > Aksesibilite. Vorrik pa janm li ekran ou, pa janm ranmase done e li pa gen "
-     "piblisite."},
-    {"open_settings", "Louvri Paramèt"},
+     "Sou X11, yon app ka klike pou ou sèlman atravè ekstansyon XTEST sèvè X la. Tout sèvè X nòmal "
+     "genyen l, men sa a pa ofri l. Aktive XTEST pou sèvè X sa a (paj èd la montre kijan). Vorrik "
+     "pa janm li ekran ou, pa janm ranmase done e li pa gen piblisite."},
+    {"open_settings", "Louvri Èd"},
     {"later", "Pita"},
-    {"about_title", "Vorrik pou Mac {v}"},
+    {"about_title", "Vorrik pou Linux {v}"},
     {"about_body",
      "Auto clicker. Zewo piblisite. Zewo swiv.\nFèt avèk swen pa devlopè Vorrik yo.\n"
      "https://vorrik.example"},
+    {"wl_title", "Vorrik pa ka klike sou biwo Wayland sa a"},
+    {"wl_body",
+     "Biwo Wayland sa a pa bay Vorrik okenn mwayen pou klike nan aplikasyon li yo: sèlman "
+     "aplikasyon X11 ta ka resevwa klik yo, epi F6 ta mache sèlman pandan yon fenèt X11 gen klavye "
+     "a. Se poutèt sa Vorrik pa kòmanse okenn seri klik isit la. Konekte nan yon sesyon X11, oswa "
+     "sèvi ak yon biwo ki sipòte (konpozitè wlroots tankou sway)."},
+    {"wl_needed",
+     "Pa gen klik sou biwo Wayland sa a: sèvi ak yon sesyon X11 oswa yon biwo ki sipòte."},
 }};
 
 const List fr{{
@@ -153,12 +171,12 @@ const List fr{{
     {"click_to_set", "Cliquez n'importe où pour placer le point {n}..."},
     {"stopped", "Arrêté"},
     {"ax_needed",
-     "Autorisez l'accès Accessibilité dans Réglages Système, puis appuyez de nouveau sur "
-     "Démarrer."},
+     "Les clics ont besoin de l'extension XTEST du serveur X : activez-la, puis appuyez de nouveau "
+     "sur Démarrer."},
     {"done", "Terminé : {n} clics."},
     {"m_show", "Afficher Vorrik"},
     {"m_toggle", "Démarrer / Arrêter (F6)"},
-    {"m_ax", "Réglages d'accessibilité..."},
+    {"m_ax", "Cliquer sur ce bureau..."},
     {"m_language", "Langue"},
     {"m_quit", "Quitter Vorrik"},
     {"m_about", "À propos de Vorrik"},
@@ -168,17 +186,26 @@ const List fr{{
     {"m_copy", "Copier"},
     {"m_paste", "Coller"},
     {"m_selectall", "Tout sélectionner"},
-    {"ax_title", "Vorrik a besoin de l'accès Accessibilité"},
+    {"ax_title", "Vorrik a besoin de l'extension XTEST"},
     {"ax_body",
-     "macOS ne laisse une app cliquer pour vous qu'après votre autorisation dans Réglages Système "
-     "> Confidentialité et sécurité > Accessibilité. Vorrik ne lit jamais votre écran, ne "
-     "collecte aucune donnée et n'affiche aucune publicité."},
-    {"open_settings", "Ouvrir les Réglages"},
+     "Sous X11, une app ne peut cliquer pour vous que par l'extension XTEST du serveur X. Tout "
+     "serveur X normal l'offre, mais celui-ci ne l'offre pas. Activez XTEST pour ce serveur X (la "
+     "page d'aide explique comment). Vorrik ne lit jamais votre écran, ne collecte aucune donnée "
+     "et n'affiche aucune publicité."},
+    {"open_settings", "Ouvrir l'aide"},
     {"later", "Plus tard"},
-    {"about_title", "Vorrik pour Mac {v}"},
+    {"about_title", "Vorrik pour Linux {v}"},
     {"about_body",
      "Auto-clicker. Zéro pub. Zéro pistage.\nConçu avec soin par les développeurs de Vorrik.\n"
      "https://vorrik.example"},
+    {"wl_title", "Vorrik ne peut pas cliquer sur ce bureau Wayland"},
+    {"wl_body",
+     "Ce bureau Wayland n'offre à Vorrik aucun moyen de cliquer dans ses applications : seules les "
+     "applications X11 recevraient les clics, et F6 ne fonctionnerait que lorsqu'une fenêtre X11 a "
+     "le clavier. Vorrik ne lance donc aucune série de clics ici. Ouvrez une session X11, ou "
+     "utilisez un bureau pris en charge (compositeurs wlroots comme sway)."},
+    {"wl_needed",
+     "Aucun clic sur ce bureau Wayland : ouvrez une session X11 ou un bureau pris en charge."},
 }};
 
 const List es{{
@@ -213,11 +240,12 @@ const List es{{
     {"click_to_set", "Haz clic en cualquier lugar para fijar el punto {n}..."},
     {"stopped", "Detenido"},
     {"ax_needed",
-     "Concede acceso de Accesibilidad en Ajustes del Sistema y luego pulsa Iniciar de nuevo."},
+     "Los clics necesitan la extensión XTEST del servidor X: actívala y luego pulsa Iniciar de "
+     "nuevo."},
     {"done", "Hecho: {n} clics."},
     {"m_show", "Mostrar Vorrik"},
     {"m_toggle", "Iniciar / Detener (F6)"},
-    {"m_ax", "Ajustes de accesibilidad..."},
+    {"m_ax", "Hacer clic en este escritorio..."},
     {"m_language", "Idioma"},
     {"m_quit", "Salir de Vorrik"},
     {"m_about", "Acerca de Vorrik"},
@@ -227,17 +255,27 @@ const List es{{
     {"m_copy", "Copiar"},
     {"m_paste", "Pegar"},
     {"m_selectall", "Seleccionar todo"},
-    {"ax_title", "Vorrik necesita acceso de Accesibilidad"},
+    {"ax_title", "Vorrik necesita la extensión XTEST"},
     {"ax_body",
-     "macOS solo deja que una app haga clic por ti después de que la autorices en Ajustes del "
-     "Sistema > Privacidad y seguridad > Accesibilidad. Vorrik nunca lee tu pantalla, nunca "
-     "recopila datos y no tiene anuncios."},
-    {"open_settings", "Abrir Ajustes"},
+     "En X11, una app solo puede hacer clic por ti a través de la extensión XTEST del servidor X. "
+     "Todo servidor X normal la tiene, pero este no la ofrece. Activa XTEST en este servidor X (la "
+     "página de ayuda explica cómo). Vorrik nunca lee tu pantalla, nunca recopila datos y no tiene "
+     "anuncios."},
+    {"open_settings", "Abrir la ayuda"},
     {"later", "Más tarde"},
-    {"about_title", "Vorrik para Mac {v}"},
+    {"about_title", "Vorrik para Linux {v}"},
     {"about_body",
      "Auto clicker. Cero anuncios. Cero rastreo.\nHecho con cuidado por el equipo de Vorrik.\n"
      "https://vorrik.example"},
+    {"wl_title", "Vorrik no puede hacer clic en este escritorio Wayland"},
+    {"wl_body",
+     "Este escritorio Wayland no le ofrece a Vorrik ninguna forma de hacer clic en sus "
+     "aplicaciones: como mucho, las aplicaciones X11 recibirían los clics, y F6 solo funcionaría "
+     "mientras una ventana X11 tenga el teclado. Por eso Vorrik no inicia ninguna tanda de clics "
+     "aquí. Inicia una sesión X11 o usa un escritorio compatible (compositores wlroots como "
+     "sway)."},
+    {"wl_needed",
+     "Sin clics en este escritorio Wayland: usa una sesión X11 o un escritorio compatible."},
 }};
 
 const List pt{{
@@ -272,12 +310,12 @@ const List pt{{
     {"click_to_set", "Clique em qualquer lugar para definir o ponto {n}..."},
     {"stopped", "Parado"},
     {"ax_needed",
-     "Conceda acesso de Acessibilidade nos Ajustes do Sistema e depois pressione Iniciar "
+     "Os cliques precisam da extensão XTEST do servidor X: ative-a e depois pressione Iniciar "
      "novamente."},
     {"done", "Concluído: {n} cliques."},
     {"m_show", "Mostrar Vorrik"},
     {"m_toggle", "Iniciar / Parar (F6)"},
-    {"m_ax", "Ajustes de acessibilidade..."},
+    {"m_ax", "Clicar nesta área de trabalho..."},
     {"m_language", "Idioma"},
     {"m_quit", "Sair do Vorrik"},
     {"m_about", "Sobre o Vorrik"},
@@ -287,17 +325,27 @@ const List pt{{
     {"m_copy", "Copiar"},
     {"m_paste", "Colar"},
     {"m_selectall", "Selecionar tudo"},
-    {"ax_title", "O Vorrik precisa de acesso de Acessibilidade"},
+    {"ax_title", "O Vorrik precisa da extensão XTEST"},
     {"ax_body",
-     "O macOS só deixa um app clicar por você depois que você o autoriza em Ajustes do Sistema > "
-     "Privacidade e Segurança > Acessibilidade. O Vorrik nunca lê sua tela, nunca coleta dados e "
-     "não tem anúncios."},
-    {"open_settings", "Abrir Ajustes"},
+     "No X11, um app só pode clicar por você através da extensão XTEST do servidor X. Todo "
+     "servidor X normal a tem, mas este não a oferece. Ative o XTEST neste servidor X (a página de "
+     "ajuda explica como). O Vorrik nunca lê sua tela, nunca coleta dados e não tem anúncios."},
+    {"open_settings", "Abrir a ajuda"},
     {"later", "Mais tarde"},
-    {"about_title", "Vorrik para Mac {v}"},
+    {"about_title", "Vorrik para Linux {v}"},
     {"about_body",
      "Auto clicker. Zero anúncios. Zero rastreamento.\nFeito com cuidado pela equipe do Vorrik.\n"
      "https://vorrik.example"},
+    {"wl_title", "O Vorrik não pode clicar nesta área de trabalho Wayland"},
+    {"wl_body",
+     "Esta área de trabalho Wayland não oferece ao Vorrik nenhuma forma de clicar nos seus "
+     "aplicativos: no máximo os aplicativos X11 receberiam os cliques, e o F6 só funcionaria "
+     "enquanto uma janela X11 tivesse o teclado. Por isso o Vorrik não inicia nenhuma sequência de "
+     "cliques aqui. Entre numa sessão X11 ou use uma área de trabalho compatível (compositores "
+     "wlroots como o sway)."},
+    {"wl_needed",
+     "Sem cliques nesta área de trabalho Wayland: use uma sessão X11 ou uma área de trabalho "
+     "compatível."},
 }};
 
 }  // namespace vorrik::L::catalogue

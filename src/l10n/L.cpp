@@ -147,4 +147,14 @@ void install(Services services) {
   installed = services;
 }
 
+RefusalKeys refusalKeys(Refusal refusal) {
+  switch (refusal) {
+    case Refusal::unsupportedWayland:
+      return {"wl_title", "wl_body", "wl_needed"};
+    case Refusal::noInjection:
+      break;
+  }
+  return {"ax_title", "ax_body", "ax_needed"};
+}
+
 }  // namespace vorrik::L

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/AccessibilityTrust.h"
 #include "platform/DefaultsStore.h"
 #include "platform/NotificationCenter.h"
 #include "platform/PreferredLanguages.h"
@@ -51,6 +52,14 @@ void install(Services services);
 
 // The defaults key that holds the chosen language.
 inline constexpr std::string_view kLangKey = "vorrik_lang";
+
+// The keys that explain a refusal to click: the alert's title and body, and the status line.
+struct RefusalKeys {
+  std::string_view title;
+  std::string_view body;
+  std::string_view line;
+};
+RefusalKeys refusalKeys(Refusal refusal);
 
 using Entry = std::pair<std::string_view, std::string_view>;
 // Builds one language's texts from its list; a repeated key is a fatal error of the program.

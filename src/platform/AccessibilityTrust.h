@@ -3,6 +3,15 @@
 
 namespace vorrik {
 
+// Why posted clicks would not reach the applications of this session; each has its own texts.
+enum class Refusal {
+  // The display server takes no injected input (an X server without XTEST), or is gone.
+  noInjection,
+  // A Wayland session that no backend of this build serves: at most X11 applications, through
+  // Xwayland, would receive clicks, and a global key is seen only while one of them has it.
+  unsupportedWayland,
+};
+
 // Whether the system lets this process post input events.
 class AccessibilityTrust {
  public:
@@ -10,6 +19,8 @@ class AccessibilityTrust {
   // True when posted clicks will reach other applications; with prompt, the system may ask the
   // user.
   virtual bool isTrusted(bool prompt) = 0;
+  // What a false answer of isTrusted means on this session.
+  [[nodiscard]] virtual Refusal refusal() const { return Refusal::noInjection; }
 };
 
 }  // namespace vorrik

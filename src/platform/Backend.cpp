@@ -17,6 +17,13 @@ Session Session::fromEnvironment() {
   return {env("DISPLAY"), env("WAYLAND_DISPLAY"), env("XDG_SESSION_TYPE"), env("VORRIK_BACKEND")};
 }
 
+bool Session::isWayland() const {
+  if (type == "wayland" || type == "x11") {
+    return type == "wayland";
+  }
+  return !waylandDisplay.empty();
+}
+
 BackendChoice chooseBackend(const Session& session, std::span<const Backend> candidates) {
   if (!session.forcedBackend.empty()) {
     for (const Backend& backend : candidates) {

@@ -18,6 +18,9 @@ struct Session {
   std::string type;            // XDG_SESSION_TYPE: "x11", "wayland", "tty" or empty
   std::string forcedBackend;   // VORRIK_BACKEND: a backend's name, or empty to choose
   static Session fromEnvironment();
+  // Whether a Wayland compositor runs the session (then DISPLAY, if set, is its Xwayland): as
+  // XDG_SESSION_TYPE says, else whether WAYLAND_DISPLAY is set.
+  [[nodiscard]] bool isWayland() const;
 };
 
 // One way to serve a desktop session.

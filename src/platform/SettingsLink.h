@@ -3,7 +3,7 @@
 
 namespace vorrik {
 
-// The place where the user can let this application post clicks.
+// The place that tells the user how to let this application post clicks on this desktop.
 class SettingsLink {
  public:
   virtual ~SettingsLink() = default;

@@ -2,6 +2,7 @@
 // The delegate's start-up, menus and commands over the real panel, on the offscreen platform.
 #include <QApplication>
 #include <QClipboard>
+#include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
 #include <QSystemTrayIcon>
@@ -68,10 +69,12 @@ struct World {
   bool readyAtAlert = false;  // the panel and the tray item existed when the alert came up
   std::unique_ptr<AppDelegate> delegate;
 
-  explicit World(const std::string& lang, bool trusted = true, int answer = kAlertSecondButton) {
+  explicit World(const std::string& lang, bool trusted = true, int answer = kAlertSecondButton,
+                 Refusal refusal = Refusal::noInjection) {
     defaults.setString(L::kLangKey, lang);
     L::install({&defaults, &preferred, &center});
     trust.setTrusted(trusted);
+    trust.setRefusal(refusal);
     const auto panel = [this] {
       return std::make_unique<VorrikPanel>(VorrikPanel::Services::from(
           desktop, desktop.sleeper, desktop.random, desktop.makeTimer()));
@@ -191,9 +194,9 @@ class AppDelegateTest : public QObject {
     QTest::addColumn<QString>("version");
     QTest::addColumn<QString>("title");
     QTest::newRow("set") << "2.7"
-                         << "Vorrik for Mac 2.7";
+                         << "Vorrik for Linux 2.7";
     QTest::newRow("missing") << ""
-                             << "Vorrik for Mac 1.1";
+                             << "Vorrik for Linux 1.1";
   }
   void aboutShowsTheVersion() {
     QFETCH(QString, version);
@@ -212,18 +215,22 @@ class AppDelegateTest : public QObject {
     QTest::addColumn<bool>("trusted");
     QTest::addColumn<int>("answer");
     QTest::addColumn<int>("opens");
-    QTest::newRow("trusted") << "en" << true << kAlertFirstButton << 0;
-    QTest::newRow("Open Settings") << "en" << false << kAlertFirstButton << 1;
-    QTest::newRow("Later") << "en" << false << kAlertSecondButton << 0;
-    QTest::newRow("closed") << "en" << false << 999 << 0;
-    QTest::newRow("Spanish") << "es" << false << kAlertSecondButton << 0;
+    QTest::addColumn<bool>("wayland");
+    QTest::newRow("trusted") << "en" << true << kAlertFirstButton << 0 << false;
+    QTest::newRow("Open Help") << "en" << false << kAlertFirstButton << 1 << false;
+    QTest::newRow("Later") << "en" << false << kAlertSecondButton << 0 << false;
+    QTest::newRow("closed") << "en" << false << 999 << 0 << false;
+    QTest::newRow("Spanish") << "es" << false << kAlertSecondButton << 0 << false;
+    QTest::newRow("unserved Wayland, French") << "fr" << false << kAlertSecondButton << 0 << true;
   }
   void startUpAsksForThePermissionOnlyWithoutIt() {
     QFETCH(QString, lang);
     QFETCH(bool, trusted);
     QFETCH(int, answer);
     QFETCH(int, opens);
-    World world(lang.toStdString(), trusted, answer);
+    QFETCH(bool, wayland);
+    World world(lang.toStdString(), trusted, answer,
+                wayland ? Refusal::unsupportedWayland : Refusal::noInjection);
     QCOMPARE(world.alerts.size(), trusted ? 0u : 1u);
     QCOMPARE(world.link.opens(), opens);
     QCOMPARE(world.trust.prompts(), opens);  // the system's own request goes with the link
@@ -231,10 +238,15 @@ class AppDelegateTest : public QObject {
       return;
     }
     QVERIFY(world.readyAtAlert);
-    QCOMPARE(world.alerts[0].message, texts({"ax_title"}).front());
-    QCOMPARE(world.alerts[0].informative, texts({"ax_body"}).front());
+    QCOMPARE(world.alerts[0].message, texts({wayland ? "wl_title" : "ax_title"}).front());
+    QCOMPARE(world.alerts[0].informative, texts({wayland ? "wl_body" : "ax_body"}).front());
     QCOMPARE(world.alerts[0].buttons, texts({"open_settings", "later"}));
     QVERIFY(world.panel()->isVisible());
+    // Start is refused with the same session's status line.
+    world.status()->actions().at(1)->trigger();
+    QVERIFY(!world.panel()->engine.running());
+    QCOMPARE(world.panel()->status->text(), texts({wayland ? "wl_needed" : "ax_needed"}).front());
+    QCOMPARE(world.injector.events().size(), 0u);
     // The tray's command opens the link without asking first.
     const int queries = world.trust.queries();
     world.status()->actions().at(3)->trigger();

@@ -73,7 +73,7 @@ class TrayTest : public QObject {
       titles << action->text();
     }
     QCOMPARE(titles, (QStringList{"Show Vorrik", "Start / Stop (F6)", "",
-                                  "Accessibility settings...", "Language", "", "Quit Vorrik"}));
+                                  "Clicking on this desktop...", "Language", "", "Quit Vorrik"}));
     QVERIFY(menu->screen()->geometry().contains(menu->geometry()));
     QFETCH(bool, clearOfTheIcon);
     if (clearOfTheIcon) {

@@ -21,6 +21,7 @@ appstreamcli validate --no-net "$share/metainfo/example.vorrik.Vorrik.metainfo.x
   fail "AppStream data"
 [ -s "$share/applications/example.vorrik.Vorrik.desktop" ] || fail "no desktop entry"
 [ -s "$share/icons/hicolor/scalable/apps/example.vorrik.Vorrik.svg" ] || fail "no icon"
+[ -s "$share/doc/vorrik/help.html" ] || fail "no help page"
 
 export TMPDIR="$scratch" XDG_CONFIG_HOME="$scratch" XDG_RUNTIME_DIR="$scratch" QT_QPA_PLATFORM=xcb
 chmod 700 "$scratch"

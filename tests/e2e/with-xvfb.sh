@@ -36,7 +36,9 @@ Xvfb -displayfd 3 -screen 0 "$size" -nolisten tcp -noreset +extension XTEST +ext
 pids+=($!)
 read -r -t 20 display <"$tmp/fd" || { echo "Xvfb did not start:" >&2; cat "$tmp/xvfb.log" >&2; exit 1; }
 export DISPLAY=":$display"
+# The private server is an X11 session, whatever session the caller runs in.
 unset WAYLAND_DISPLAY
+export XDG_SESSION_TYPE=x11
 
 if [ "$tray" = 1 ]; then
   trayer --edge top --align right --widthtype request --height 24 --transparent false \

@@ -18,7 +18,7 @@ constexpr ClickPoint A{10, 20};
 constexpr ClickPoint B{30, 40};
 constexpr ClickPoint C{50, 60};
 const std::string kAxNeeded =
-    "stop Grant Accessibility access in System Settings, then press Start again.";
+    "stop Clicks need the X server's XTEST extension: turn it on, then press Start again.";
 
 void installEnglish() {
   static fake::FakeDefaultsStore defaults;

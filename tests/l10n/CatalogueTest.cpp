@@ -85,12 +85,38 @@ TEST_P(TranslationTest, KeepsTheVisualConventions) {
 INSTANTIATE_TEST_SUITE_P(Catalogue, TranslationTest, ::testing::ValuesIn(kLanguages),
                          [](const auto& info) { return std::string(info.param.code); });
 
-TEST(CatalogueTest, TableHoldsFiveLanguagesOfFiftyTexts) {
+TEST_P(TranslationTest, NamesNoOtherSystemsSettings) {
+  // Another system's names for its permission list, in the five languages.
+  static const char* const kForeign[] = {"Mac",
+                                         "macOS",
+                                         "System Settings",
+                                         "Accessibility",
+                                         "Privacy & Security",
+                                         "Paramèt Sistèm",
+                                         "Aksesibilite",
+                                         "Vi prive",
+                                         "Réglages Système",
+                                         "Accessibilité",
+                                         "Confidentialité",
+                                         "Ajustes del Sistema",
+                                         "Accesibilidad",
+                                         "Privacidad",
+                                         "Ajustes do Sistema",
+                                         "Acessibilidade",
+                                         "Privacidade"};
+  for (const auto& [key, text] : *GetParam().list) {
+    for (const char* word : kForeign) {
+      EXPECT_EQ(std::string(text).find(word), std::string::npos) << key << ": " << word;
+    }
+  }
+}
+
+TEST(CatalogueTest, TableHoldsFiveLanguagesOfEveryText) {
   const L::Table& table = L::table();
   ASSERT_EQ(table.size(), 5u);
   for (const std::string& code : L::supported()) {
     ASSERT_TRUE(table.contains(code)) << code;
-    EXPECT_EQ(table.at(code).size(), 50u) << code;
+    EXPECT_EQ(table.at(code).size(), cat::kKeyCount) << code;
     EXPECT_TRUE(L::names().contains(code)) << code;
   }
 }

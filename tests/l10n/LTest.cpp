@@ -58,7 +58,7 @@ INSTANTIATE_TEST_SUITE_P(
                                  "target_points",
                                  {{"n", "2"}, {"list", "(10,20) (30,40)"}},
                                  "Target: 2 point(s) (10,20) (30,40)"},
-                      LookupCase{"fr", "about_title", {{"v", "1.1"}}, "Vorrik pour Mac 1.1"},
+                      LookupCase{"fr", "about_title", {{"v", "1.1"}}, "Vorrik pour Linux 1.1"},
                       LookupCase{"es", "done", {{"n", "5"}}, "Hecho: 5 clics."},
                       // An unknown key shows as itself, in every language, and is still filled in.
                       LookupCase{"pt", "no_such_key", {}, "no_such_key"},

@@ -94,7 +94,7 @@ class VorrikPanelTest : public QObject {
     QVERIFY(!rig.panel->engine.running());
     QCOMPARE(rig.trust.prompts(), 1);
     QCOMPARE(rig.panel->status->text(),
-             "Grant Accessibility access in System Settings, then press Start again.");
+             "Clicks need the X server's XTEST extension: turn it on, then press Start again.");
     QCOMPARE(rig.panel->startBtn->text(), "Start  (F6)");
     QCOMPARE(rig.panel->dot->color(), theme::lampStopped());
     QCOMPARE(rig.panel->stats->text(), "0 clicks");

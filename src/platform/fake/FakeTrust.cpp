@@ -14,6 +14,16 @@ bool FakeTrust::isTrusted(bool prompt) {
   return trusted_;
 }
 
+Refusal FakeTrust::refusal() const {
+  std::lock_guard lock(mutex_);
+  return refusal_;
+}
+
+void FakeTrust::setRefusal(Refusal refusal) {
+  std::lock_guard lock(mutex_);
+  refusal_ = refusal;
+}
+
 void FakeTrust::setTrusted(bool trusted) {
   std::lock_guard lock(mutex_);
   trusted_ = trusted;

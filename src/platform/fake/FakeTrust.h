@@ -10,7 +10,9 @@ namespace vorrik::fake {
 class FakeTrust final : public AccessibilityTrust {
  public:
   bool isTrusted(bool prompt) override;
+  Refusal refusal() const override;
   void setTrusted(bool trusted);
+  void setRefusal(Refusal refusal);
   // How often the system prompt was asked for.
   int prompts() const;
   int queries() const;
@@ -18,6 +20,7 @@ class FakeTrust final : public AccessibilityTrust {
  private:
   mutable std::mutex mutex_;
   bool trusted_ = true;
+  Refusal refusal_ = Refusal::noInjection;
   int prompts_ = 0;
   int queries_ = 0;
 };

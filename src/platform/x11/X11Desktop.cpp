@@ -16,6 +16,8 @@ namespace {
 // Members in the order they must be built: the Qt services first, every X connection its own.
 class X11Desktop final : public Desktop {
  public:
+  explicit X11Desktop(bool wholeSession) : trust_(nullptr, wholeSession) {}
+
   MainQueue& mainQueue() override { return mainQueue_; }
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
@@ -58,8 +60,14 @@ std::optional<std::string> unfit(const Session& session) {
   return std::nullopt;
 }
 
-std::unique_ptr<Desktop> openDesktop(const Session& /*session*/) {
-  return std::make_unique<X11Desktop>();
+bool reachesWholeSession(const Session& session) {
+  // Chosen by name, the user accepts that only X11 applications get clicks (games under Wine,
+  // for example); chosen as a fallback, it must not click into windows that ignore it.
+  return !session.isWayland() || session.forcedBackend == "x11";
+}
+
+std::unique_ptr<Desktop> openDesktop(const Session& session) {
+  return std::make_unique<X11Desktop>(reachesWholeSession(session));
 }
 
 }  // namespace vorrik::x11

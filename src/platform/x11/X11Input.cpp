@@ -300,13 +300,16 @@ std::optional<ClickPoint> X11Pointer::query() {
   return where;
 }
 
-X11Trust::X11Trust(const char* displayName) {
+X11Trust::X11Trust(const char* displayName, bool wholeSession) : wholeSession_(wholeSession) {
   if (displayName != nullptr) {
     displayName_ = displayName;
   }
 }
 
 bool X11Trust::isTrusted(bool /*prompt*/) {
+  if (!wholeSession_) {
+    return false;
+  }
   Display* display = openDisplay(displayName_ ? displayName_->c_str() : nullptr);
   if (display == nullptr) {
     return false;
@@ -314,6 +317,10 @@ bool X11Trust::isTrusted(bool /*prompt*/) {
   const bool trusted = hasXTest(display);
   closeDisplay(display);
   return trusted;
+}
+
+Refusal X11Trust::refusal() const {
+  return wholeSession_ ? Refusal::noInjection : Refusal::unsupportedWayland;
 }
 
 }  // namespace vorrik::x11

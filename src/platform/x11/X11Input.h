@@ -64,17 +64,24 @@ class X11Pointer final : public Pointer {
   std::optional<ClickPoint> known_;      // guarded by the connection's lock
 };
 
-// On X11 any client may inject input once the XTEST extension is there; no prompt exists.
+// On X11 any client may inject input once the XTEST extension is there; no prompt exists. An
+// Xwayland server has XTEST too, but passes the clicks only to its own X11 clients, so on a
+// Wayland session the display does not reach the whole session and nothing is trusted.
 class X11Trust final : public AccessibilityTrust {
  public:
-  // Connects to displayName, or to $DISPLAY when it is null, at each query.
-  explicit X11Trust(const char* displayName = nullptr);
+  // Connects to displayName, or to $DISPLAY when it is null, at each query; wholeSession false
+  // for the Xwayland server of a Wayland session.
+  explicit X11Trust(const char* displayName = nullptr, bool wholeSession = true);
 
-  // True when the display opens and offers XTEST; prompt changes nothing on X11.
+  // True when the display reaches the whole session, opens and offers XTEST; prompt changes
+  // nothing on X11.
   bool isTrusted(bool prompt) override;
+  // unsupportedWayland for the Xwayland server of a Wayland session, else noInjection.
+  [[nodiscard]] Refusal refusal() const override;
 
  private:
   std::optional<std::string> displayName_;
+  bool wholeSession_;
 };
 
 }  // namespace vorrik::x11

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// The Qt side of the language preference and of the main queue.
+// The Qt side of the language preference, of the main queue and of the help page's link.
 #include <sys/stat.h>
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
@@ -15,6 +16,7 @@
 
 #include "l10n/L.h"
 #include "platform/qt/QtServices.h"
+#include "platform/qt/QtSettingsLink.h"
 
 namespace vorrik::qt {
 
@@ -22,6 +24,44 @@ class QtServicesTest : public QObject {
   Q_OBJECT
 
  private slots:
+  void helpPageIsFoundBesideTheProgram_data() {
+    QTest::addColumn<QString>("exeDir");
+    QTest::addColumn<QString>("page");  // the only page there is; "" for none
+    QTest::addColumn<bool>("found");
+    const QString page = QString::fromLatin1(QtSettingsLink::kHelpPath);
+    QTest::newRow("installed") << "usr/bin"
+                               << "usr/" + page << true;
+    QTest::newRow("build tree") << "build/src/app"
+                                << "build/" + page << true;
+    QTest::newRow("test in build tree") << "build/tests/platform/qt"
+                                        << "build/" + page << true;
+    QTest::newRow("too far up") << "a/b/c/d" << page << false;
+    QTest::newRow("none") << "usr/bin"
+                          << "" << false;
+  }
+  void helpPageIsFoundBesideTheProgram() {
+    QFETCH(QString, exeDir);
+    QFETCH(QString, page);
+    QFETCH(bool, found);
+    QTemporaryDir root;
+    QVERIFY(QDir(root.path()).mkpath(exeDir));
+    if (!page.isEmpty()) {
+      QVERIFY(QDir(root.path()).mkpath(QFileInfo(root.filePath(page)).path()));
+      QFile file(root.filePath(page));
+      QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+    const QUrl url = QtSettingsLink::findHelpPage(root.filePath(exeDir));
+    QCOMPARE(url.isEmpty(), !found);
+    if (found) {
+      QCOMPARE(QFileInfo(url.toLocalFile()).canonicalFilePath(),
+               QFileInfo(root.filePath(page)).canonicalFilePath());
+    }
+  }
+
+  void thisBuildTreeHoldsTheHelpPage() {
+    QVERIFY(!QtSettingsLink::findHelpPage(QCoreApplication::applicationDirPath()).isEmpty());
+  }
+
   void choiceSurvivesARestart() {
     QTemporaryDir dir;
     const QString path = dir.filePath("vorrik.conf");
