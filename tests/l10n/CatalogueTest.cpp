@@ -85,12 +85,13 @@ TEST_P(TranslationTest, KeepsTheVisualConventions) {
 INSTANTIATE_TEST_SUITE_P(Catalogue, TranslationTest, ::testing::ValuesIn(kLanguages),
                          [](const auto& info) { return std::string(info.param.code); });
 
-TEST(CatalogueTest, TableHoldsFiveLanguagesOfFiftyTexts) {
+// The lists' length is fixed by their type; what is left is that each menu language has its
+// texts and a name.
+TEST(CatalogueTest, EverySupportedLanguageHasTextsAndAName) {
   const L::Table& table = L::table();
-  ASSERT_EQ(table.size(), 5u);
+  EXPECT_EQ(table.size(), L::supported().size());
   for (const std::string& code : L::supported()) {
-    ASSERT_TRUE(table.contains(code)) << code;
-    EXPECT_EQ(table.at(code).size(), 50u) << code;
+    EXPECT_TRUE(table.contains(code)) << code;
     EXPECT_TRUE(L::names().contains(code)) << code;
   }
 }

@@ -4,7 +4,6 @@
 #include <optional>
 #include <ostream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "l10n/L.h"
@@ -147,17 +146,6 @@ TEST(LanguageWithoutServices, FallsBackToEnglishAndStoresNothing) {
   L::setLang("fr");  // nowhere to store it
   EXPECT_EQ(L::lang(), "en");
   EXPECT_EQ(L::t("ready"), "Ready");
-}
-
-TEST(LanguageTable, IsBuiltOnceEvenWhenThreadsRace) {
-  std::vector<const L::Table*> seen(4);
-  std::vector<std::thread> threads;
-  for (auto& slot : seen)
-    threads.emplace_back([&slot] { slot = &L::table(); });
-  for (auto& thread : threads)
-    thread.join();
-  for (const L::Table* table : seen)
-    EXPECT_EQ(table, seen.front());
 }
 
 TEST(LanguageTableDeathTest, RepeatedKeyIsFatal) {
