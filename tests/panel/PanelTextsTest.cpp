@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What a run reads from the panel's texts and how the target line writes points, without a
-// window; the panel tests follow one row of each through the real controls.
+// window; the panel tests follow one row of each through the real controls, ReadIntegerTest
+// the integer format.
 #include <gtest/gtest.h>
 
 #include <QString>
@@ -25,35 +26,24 @@ struct SettingsCase {
 
 TEST(PanelSettingsReading, FallsBackAndKeepsWithinBounds) {
   const SettingsCase cases[] = {
-      // The custom interval: strict digits, else 120 ms; 50 ms to 60 s.
+      // The custom interval: unreadable or empty is 120 ms; 50 ms to 60 s.
       {3, "", false, "", {120, 0, 0}},
-      {3, "abc", false, "", {120, 0, 0}},
-      {3, "2.5", false, "", {120, 0, 0}},
-      {3, " 200", false, "", {120, 0, 0}},
       {3, "200ms", false, "", {120, 0, 0}},
-      {3, "1,000", false, "", {120, 0, 0}},
-      {3, "٣٠٠", false, "", {120, 0, 0}},
-      {3, "99999999999999999999", false, "", {120, 0, 0}},
       {3, "+200", false, "", {200, 0, 0}},
       {3, "30", false, "", {50, 0, 0}},
-      {3, "0", false, "", {50, 0, 0}},
       {3, "-5", false, "", {50, 0, 0}},
       {3, "90000", false, "", {60000, 0, 0}},
       // Jitter: a tenth of the interval, at least 5 ms.
-      {3, "50", true, "", {50, 5, 0}},
       {3, "59", true, "", {59, 5, 0}},
       {3, "1234", true, "", {1234, 123, 0}},
-      {3, "60000", true, "", {60000, 6000, 0}},
       // The presets ignore the field; no selection is the first preset.
       {0, "777", true, "", {120, 12, 0}},
       {1, "777", true, "", {2500, 250, 0}},
       {2, "", false, "", {3000, 0, 0}},
       {-1, "777", false, "", {120, 0, 0}},
-      // Stop after: strict digits, else no limit.
+      // Stop after: unreadable or empty is no limit.
       {0, "", false, "10", {120, 0, 10}},
-      {0, "", false, "-3", {120, 0, -3}},
       {0, "", false, "10 ", {120, 0, 0}},
-      {0, "", false, "1e3", {120, 0, 0}},
   };
   for (const SettingsCase& c : cases) {
     const RunSettings read = readSettings(c.preset, QString::fromUtf8(c.custom), c.jitter,
