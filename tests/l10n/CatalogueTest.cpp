@@ -101,7 +101,9 @@ TEST(CatalogueTest, FrenchSpacesColonsAndFrenchAndPortugueseUseDecimalCommas) {
   for (const auto& [key, text] : cat::fr) {
     const std::string s(text);
     for (std::size_t at = s.find(':'); at != std::string::npos; at = s.find(':', at + 1)) {
-      if (s.compare(at, 3, "://") == 0) continue;  // a web address
+      if (s.compare(at, 3, "://") == 0) {
+        continue;  // a web address
+      }
       EXPECT_TRUE(at > 0 && s[at - 1] == ' ') << key << ": " << s;
     }
   }

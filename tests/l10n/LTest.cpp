@@ -85,7 +85,9 @@ class ReadTest : public LanguageTest, public ::testing::WithParamInterface<ReadC
 
 TEST_P(ReadTest, StoredChoiceElseFirstPreferredLanguage) {
   const ReadCase& c = GetParam();
-  if (c.stored) defaults.setString(L::kLangKey, *c.stored);
+  if (c.stored) {
+    defaults.setString(L::kLangKey, *c.stored);
+  }
   const int writesBefore = defaults.writes();
   preferred.set(c.preferred);
 

@@ -17,10 +17,10 @@ namespace vorrik::ui {
 namespace {
 
 struct SettingsCase {
-  int preset;
-  const char* custom;
-  bool jitter;
-  const char* stopAfter;
+  int preset = 0;
+  const char* custom = "";
+  bool jitter = false;
+  const char* stopAfter = "";
   RunSettings read;
 };
 
