@@ -3,13 +3,12 @@
 
 #include <QWidget>
 
-#include <cstddef>
-#include <map>
 #include <memory>
 #include <optional>
-#include <string>
 
 #include "engine/ClickEngine.h"
+#include "panel/PanelLayout.h"
+#include "panel/PointPicker.h"
 #include "platform/Desktop.h"
 #include "platform/InputMonitor.h"
 #include "platform/NotificationCenter.h"
@@ -17,16 +16,11 @@
 #include "platform/Pointer.h"
 #include "platform/WindowSystem.h"
 
-class QCheckBox;
-class QComboBox;
-class QLabel;
-class QLineEdit;
-class QPushButton;
-
 namespace vorrik {
 
-class Lamp;
-class Stepper;
+namespace test {
+struct PanelProbe;
+}  // namespace test
 
 // The application's one control window: a floating utility panel that stays above other
 // windows, shows on every workspace and keeps the keyboard away from the application being
@@ -59,41 +53,6 @@ class VorrikPanel : public QWidget {
   VorrikPanel(const VorrikPanel&) = delete;
   VorrikPanel& operator=(const VorrikPanel&) = delete;
 
-  // The fields, created once by the constructor and never replaced.
-  ClickEngine engine;
-  QLabel* const status;
-  Lamp* const dot;
-  QPushButton* const startBtn;
-  QComboBox* const presetPop;
-  QLineEdit* const customMs;
-  QComboBox* const typePop;
-  Stepper* const burstStep;
-  QLabel* const burstLabel;
-  QCheckBox* const jitterCheck;
-  QLineEdit* const maxClicks;
-  QLabel* const pointsLabel;
-  QPushButton* const addPointBtn;
-  QPushButton* const clearPointsBtn;
-  QLabel* const stats;
-  QComboBox* const langPop;
-  // The five section headers by catalogue key.
-  std::map<std::string, QLabel*> sectionLabels;
-  // The global F6 monitor, installed once for the life of the panel.
-  std::optional<InputMonitor::Handle> hotkeyMonitor;
-  // The pending pick's display-wide left-press monitor, and its in-process twin that sees a
-  // press on this application's own windows before the press is handed on: set together by
-  // addPoint, cleared together by the first press.
-  std::optional<InputMonitor::Handle> pickMonitor;
-  bool pickLocal = false;
-
-  // The most points a user can pick.
-  static constexpr std::size_t kMaxPoints = 5;
-
-  // The width of the column and of every full-width item in it.
-  static constexpr int kColumnWidth = 272;
-  static constexpr int kContentWidth = 300;
-  static constexpr int kContentHeight = 480;
-
  public slots:  // NOLINT(readability-redundant-access-specifiers): moc needs the slot section
   // Shows the panel in front with the keyboard, as launching Vorrik or Show Vorrik asks; any
   // other click on it leaves the keyboard with the application being clicked.
@@ -112,7 +71,9 @@ class VorrikPanel : public QWidget {
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
-  void buildUI();
+  // Tests read the controls and the engine through this friend.
+  friend struct test::PanelProbe;
+
   void wire();
   void installHotkey();
 
@@ -120,18 +81,11 @@ class VorrikPanel : public QWidget {
   void presetChanged();
   void typeChanged();
   void burstChanged();
-  void jitterChanged();
   void addPoint();
   void clearPoints();
   void langChanged();
-
-  // Ends the pending pick and, unless the pointer is on the panel, appends the pointer's
-  // position to the engine's points.
-  void capture();
-  // The target line for a non-empty list of points.
-  QString pointsText() const;
-  // Removes the pending pick's monitors, if any.
-  void endPick();
+  // Where a pick ended: appends the point, if any, and says the panel is ready.
+  void picked(std::optional<ClickPoint> at);
 
   // Writes the interval, jitter and stop-after count of the controls into the engine.
   void applySettings();
@@ -141,8 +95,11 @@ class VorrikPanel : public QWidget {
   // Rewrites every text in the current language.
   void relabel();
 
-  // Where the pointer is when a pick ends.
-  Pointer& pointer_;
+  ClickEngine engine_;
+  ui::PanelWidgets ui_;
+  ui::PointPicker picker_;
+  // The global F6 monitor, installed once for the life of the panel.
+  std::optional<InputMonitor::Handle> hotkeyMonitor_;
   InputMonitor* input_;
   WindowSystem* windows_;
 };

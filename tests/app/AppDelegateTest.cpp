@@ -15,6 +15,7 @@
 
 #include "app/AppDelegate.h"
 #include "l10n/L.h"
+#include "panel/PanelProbe.h"
 #include "panel/VorrikPanel.h"
 #include "platform/fake/FakeDesktop.h"
 
@@ -244,8 +245,9 @@ class AppDelegateTest : public QObject {
     QVERIFY(world.panel()->isVisible());
     // Start is refused with the same session's status line.
     world.status()->actions().at(1)->trigger();
-    QVERIFY(!world.panel()->engine.running());
-    QCOMPARE(world.panel()->status->text(), texts({wayland ? "wl_needed" : "ax_needed"}).front());
+    QVERIFY(!test::PanelProbe::engine(*world.panel()).running());
+    QCOMPARE(test::PanelProbe::widgets(*world.panel()).status->text(),
+             texts({wayland ? "wl_needed" : "ax_needed"}).front());
     QCOMPARE(world.injector.events().size(), 0u);
     // The tray's command opens the link without asking first.
     const int queries = world.trust.queries();
@@ -262,9 +264,9 @@ class AppDelegateTest : public QObject {
     QVERIFY(!panel->isVisible());
     // Start / Stop runs the engine without bringing the panel back.
     world.status()->actions().at(1)->trigger();
-    QVERIFY(panel->engine.running());
+    QVERIFY(test::PanelProbe::engine(*panel).running());
     world.status()->actions().at(1)->trigger();
-    QVERIFY(!panel->engine.running() && !panel->isVisible());
+    QVERIFY(!test::PanelProbe::engine(*panel).running() && !panel->isVisible());
     world.status()->actions().at(0)->trigger();  // Show
     QVERIFY(panel->isVisible());
     panel->showMinimized();
@@ -272,18 +274,19 @@ class AppDelegateTest : public QObject {
     QVERIFY(panel->isVisible() && !panel->isMinimized());
 
     // Edit commands act on the text field that has the keyboard, and only there.
-    panel->maxClicks->setText("15");
-    panel->maxClicks->setFocus();
+    QLineEdit* const field = test::PanelProbe::widgets(*panel).maxClicks;
+    field->setText("15");
+    field->setFocus();
     const auto edit = [&](int index) { world.editMenu()->actions().at(index)->trigger(); };
     edit(3);  // Select All
     edit(0);  // Cut
     QCOMPARE(QGuiApplication::clipboard()->text(), QString("15"));
     edit(2);  // Paste
     edit(2);
-    QCOMPARE(panel->maxClicks->text(), QString("1515"));
+    QCOMPARE(field->text(), QString("1515"));
     panel->setFocus();
     edit(0);
-    QCOMPARE(panel->maxClicks->text(), QString("1515"));
+    QCOMPARE(field->text(), QString("1515"));
   }
 };
 

@@ -15,6 +15,7 @@
 #include <memory>
 
 #include "l10n/L.h"
+#include "panel/PanelProbe.h"
 #include "panel/VorrikPanel.h"
 #include "platform/Backend.h"
 #include "platform/posix/PosixServices.h"
@@ -87,13 +88,20 @@ class PanelHotkeyTest : public QObject {
     QFETCH(bool, shift);
     receiver_->tapKey(XK_F6, shift);
     QVERIFY(QTest::qWaitFor([this] { return presses().size() >= 3; }, kTimeoutMs));
-    QVERIFY(panel_->engine.running());
+    QVERIFY(engine().running());
     receiver_->tapKey(XK_F6, shift);
-    QVERIFY(QTest::qWaitFor([this] { return !panel_->engine.running(); }, kTimeoutMs));
-    QCOMPARE(panel_->status->text(), "Stopped");
+    QVERIFY(QTest::qWaitFor([this] { return !engine().running(); }, kTimeoutMs));
+    QCOMPARE(ui().status->text(), "Stopped");
     const std::size_t atStop = presses().size();
-    QTest::qWait(500);
-    const auto all = presses();
+    // The sentinel: with the panel gone its click thread has ended, so a click of the
+    // receiver's own elsewhere comes after every click the run sent.
+    panel_.reset();
+    receiver_->warpPointer(kSentinel.x, kSentinel.y);
+    receiver_->clickLeft();
+    QVERIFY(QTest::qWaitFor(
+        [this] { return !presses().empty() && presses().back().at == kSentinel; }, kTimeoutMs));
+    auto all = presses();
+    all.pop_back();
     // A click already under way when F6 arrived may still land; nothing after it.
     QVERIFY2(all.size() <= atStop + 1, qPrintable(QString::number(all.size() - atStop)));
     for (const e2e::Button& press : all) {
@@ -103,33 +111,46 @@ class PanelHotkeyTest : public QObject {
   }
 
   void otherKeysDoNothing() {
+    // The sentinel: a left press after the keys reaches a monitor of the test's own after the
+    // panel's monitor has seen every key (one stream, in order), and a call queued then runs
+    // after any toggle those keys queued.
+    bool pressed = false;
+    const auto sentinel = desktop_->input()->addLeftPressMonitor([&pressed] { pressed = true; });
+    QVERIFY(sentinel.has_value());
     for (const KeySym key : {XK_F5, XK_a, XK_Return, XK_F7, XK_F16}) {
       receiver_->tapKey(key, key == XK_F7);
     }
-    QTest::qWait(500);
-    QVERIFY(!panel_->engine.running());
-    QVERIFY(presses().empty());
+    receiver_->clickLeft();
+    QVERIFY(QTest::qWaitFor([&pressed] { return pressed; }, kTimeoutMs));
+    desktop_->input()->remove(*sentinel);
+    bool settled = false;
+    QMetaObject::invokeMethod(
+        qApp, [&settled] { settled = true; }, Qt::QueuedConnection);
+    QVERIFY(QTest::qWaitFor([&settled] { return settled; }, kTimeoutMs));
+    QVERIFY(!engine().running());
+    // The sentinel's own press, and no click of a run.
+    QVERIFY(QTest::qWaitFor([this] { return !presses().empty(); }, kTimeoutMs));
+    QCOMPARE(presses().size(), 1U);
   }
 
   void aPickedPointIsWhereTheNextRunClicks() {
-    clickOn(panel_->addPointBtn);
-    QTRY_COMPARE_WITH_TIMEOUT(panel_->status->text(), "Click anywhere to set point 1...",
-                              kTimeoutMs);
+    clickOn(ui().addPointBtn);
+    QTRY_COMPARE_WITH_TIMEOUT(ui().status->text(), "Click anywhere to set point 1...", kTimeoutMs);
     // A warp, as xdotool's mousemove makes: no motion events, only a new position.
     receiver_->warpPointer(300, 200);
     receiver_->clickLeft();
-    QTRY_COMPARE_WITH_TIMEOUT(panel_->engine.points.size(), 1U, kTimeoutMs);
-    QCOMPARE(panel_->engine.points.snapshot()->front(), (ClickPoint{300, 200}));
-    QCOMPARE(panel_->pointsLabel->text(), "Target: 1 point(s) (300,200)");
-    QCOMPARE(panel_->status->text(), "Ready");
+    QTRY_COMPARE_WITH_TIMEOUT(engine().points.size(), 1U, kTimeoutMs);
+    QCOMPARE(engine().points.snapshot()->front(), (ClickPoint{300, 200}));
+    QCOMPARE(ui().pointsLabel->text(), "Target: 1 point(s) (300,200)");
+    QCOMPARE(ui().status->text(), "Ready");
 
     const std::size_t before = presses().size();
-    panel_->maxClicks->setText(QStringLiteral("3"));
+    ui().maxClicks->setText(QStringLiteral("3"));
     receiver_->movePointer(50, 50, false);
     // A button of the panel leaves the keyboard with the other application, so F6 still acts.
     QVERIFY(QGuiApplication::focusWindow() == nullptr);
     receiver_->tapKey(XK_F6);
-    QTRY_COMPARE_WITH_TIMEOUT(panel_->status->text(), "Done: 3 clicks.", kTimeoutMs);
+    QTRY_COMPARE_WITH_TIMEOUT(ui().status->text(), "Done: 3 clicks.", kTimeoutMs);
     const auto all = presses();
     QCOMPARE(all.size(), before + 3);
     for (std::size_t i = before; i < all.size(); ++i) {
@@ -138,16 +159,21 @@ class PanelHotkeyTest : public QObject {
   }
 
   void aClickOnThePanelEndsThePickWithoutAPoint() {
-    clickOn(panel_->addPointBtn);
-    QTRY_COMPARE_WITH_TIMEOUT(panel_->status->text(), "Click anywhere to set point 1...",
-                              kTimeoutMs);
-    clickOn(panel_->stats);
-    QTRY_COMPARE_WITH_TIMEOUT(panel_->status->text(), "Ready", kTimeoutMs);
-    QVERIFY(panel_->engine.points.empty());
-    QCOMPARE(panel_->pointsLabel->text(), "Target: cursor");
+    clickOn(ui().addPointBtn);
+    QTRY_COMPARE_WITH_TIMEOUT(ui().status->text(), "Click anywhere to set point 1...", kTimeoutMs);
+    clickOn(ui().stats);
+    QTRY_COMPARE_WITH_TIMEOUT(ui().status->text(), "Ready", kTimeoutMs);
+    QVERIFY(engine().points.empty());
+    QCOMPARE(ui().pointsLabel->text(), "Target: cursor");
   }
 
  private:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
+  // Where the receiver's own sentinel click goes: away from every click of a run.
+  static constexpr ClickPoint kSentinel{7, 7};
+
+  ClickEngine& engine() { return test::PanelProbe::engine(*panel_); }
+  const ui::PanelWidgets& ui() { return test::PanelProbe::widgets(*panel_); }
+
   // A left click at a control's centre, the pointer moved there as a mouse would.
   void clickOn(const QWidget* control) {
     const QPoint at = control->mapToGlobal(control->rect().center());

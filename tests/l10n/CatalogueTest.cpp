@@ -111,12 +111,13 @@ TEST_P(TranslationTest, NamesNoOtherSystemsSettings) {
   }
 }
 
-TEST(CatalogueTest, TableHoldsFiveLanguagesOfEveryText) {
+// The lists' length is fixed by their type; what is left is that each menu language has its
+// texts and a name.
+TEST(CatalogueTest, EverySupportedLanguageHasTextsAndAName) {
   const L::Table& table = L::table();
-  ASSERT_EQ(table.size(), 5u);
+  EXPECT_EQ(table.size(), L::supported().size());
   for (const std::string& code : L::supported()) {
-    ASSERT_TRUE(table.contains(code)) << code;
-    EXPECT_EQ(table.at(code).size(), cat::kKeyCount) << code;
+    EXPECT_TRUE(table.contains(code)) << code;
     EXPECT_TRUE(L::names().contains(code)) << code;
   }
 }
@@ -126,7 +127,9 @@ TEST(CatalogueTest, FrenchSpacesColonsAndFrenchAndPortugueseUseDecimalCommas) {
   for (const auto& [key, text] : cat::fr) {
     const std::string s(text);
     for (std::size_t at = s.find(':'); at != std::string::npos; at = s.find(':', at + 1)) {
-      if (s.compare(at, 3, "://") == 0) continue;  // a web address
+      if (s.compare(at, 3, "://") == 0) {
+        continue;  // a web address
+      }
       EXPECT_TRUE(at > 0 && s[at - 1] == ' ') << key << ": " << s;
     }
   }

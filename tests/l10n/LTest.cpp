@@ -4,7 +4,6 @@
 #include <optional>
 #include <ostream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "l10n/L.h"
@@ -86,7 +85,9 @@ class ReadTest : public LanguageTest, public ::testing::WithParamInterface<ReadC
 
 TEST_P(ReadTest, StoredChoiceElseFirstPreferredLanguage) {
   const ReadCase& c = GetParam();
-  if (c.stored) defaults.setString(L::kLangKey, *c.stored);
+  if (c.stored) {
+    defaults.setString(L::kLangKey, *c.stored);
+  }
   const int writesBefore = defaults.writes();
   preferred.set(c.preferred);
 
@@ -147,17 +148,6 @@ TEST(LanguageWithoutServices, FallsBackToEnglishAndStoresNothing) {
   L::setLang("fr");  // nowhere to store it
   EXPECT_EQ(L::lang(), "en");
   EXPECT_EQ(L::t("ready"), "Ready");
-}
-
-TEST(LanguageTable, IsBuiltOnceEvenWhenThreadsRace) {
-  std::vector<const L::Table*> seen(4);
-  std::vector<std::thread> threads;
-  for (auto& slot : seen)
-    threads.emplace_back([&slot] { slot = &L::table(); });
-  for (auto& thread : threads)
-    thread.join();
-  for (const L::Table* table : seen)
-    EXPECT_EQ(table, seen.front());
 }
 
 TEST(LanguageTableDeathTest, RepeatedKeyIsFatal) {

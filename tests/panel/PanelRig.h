@@ -13,6 +13,7 @@
 #include <memory>
 #include <string>
 
+#include "PanelProbe.h"
 #include "l10n/L.h"
 #include "panel/VorrikPanel.h"
 #include "platform/fake/FakeDesktop.h"
@@ -39,7 +40,11 @@ struct Rig {
   Rig(const Rig&) = delete;
   Rig& operator=(const Rig&) = delete;
 
-  void press() { click(panel->startBtn); }
+  // The panel's engine and controls.
+  ClickEngine& engine() const { return PanelProbe::engine(*panel); }
+  const ui::PanelWidgets& ui() const { return PanelProbe::widgets(*panel); }
+
+  void press() { click(ui().startBtn); }
   // A left click on one of the panel's controls, the pointer over it as a hand would put it.
   void click(QWidget* control) {
     const QPoint centre = control->mapToGlobal(control->rect().center());
@@ -50,7 +55,7 @@ struct Rig {
   static constexpr QPoint kPanelAt{480, 60};
   // Ticks the engine and delivers its reports until the run ends (a bounded number of ticks).
   void runToEnd() {
-    for (int tick = 0; tick < 50 && panel->engine.running(); ++tick) {
+    for (int tick = 0; tick < 50 && engine().running(); ++tick) {
       timer->fire();
       queue.drain();
     }

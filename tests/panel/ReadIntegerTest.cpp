@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The strict integer reading behind the custom interval and the stop-after count; the panel
-// tests cover the everyday texts, this table the edges of the format and of 64 bits.
+// The strict integer reading behind the custom interval and the stop-after count: everyday
+// texts a user might type, and the edges of the format and of 64 bits.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -29,7 +29,8 @@ TEST(PanelIntegerReading, ValueOfASignAndAsciiDigits) {
 
 TEST(PanelIntegerReading, NothingForAnyOtherText) {
   for (const std::string_view text :
-       {"+", "-", "+-5", "--5", "2 00", "0x10", "9223372036854775808", "-9223372036854775809"}) {
+       {"", "abc", "2.5", " 200", "200ms", "1,000", "1e3", "\u0663\u0660\u0660", "+", "-", "+-5",
+        "--5", "2 00", "0x10", "9223372036854775808", "-9223372036854775809"}) {
     EXPECT_EQ(readInteger(text), std::nullopt) << '"' << text << '"';
   }
 }
