@@ -85,12 +85,12 @@ TEST_P(TranslationTest, KeepsTheVisualConventions) {
 INSTANTIATE_TEST_SUITE_P(Catalogue, TranslationTest, ::testing::ValuesIn(kLanguages),
                          [](const auto& info) { return std::string(info.param.code); });
 
-TEST(CatalogueTest, TableHoldsFiveLanguagesOfFiftyTexts) {
+TEST(CatalogueTest, TableHoldsFiveLanguagesOfFiftyFourTexts) {
   const L::Table& table = L::table();
   ASSERT_EQ(table.size(), 5u);
   for (const std::string& code : L::supported()) {
     ASSERT_TRUE(table.contains(code)) << code;
-    EXPECT_EQ(table.at(code).size(), 50u) << code;
+    EXPECT_EQ(table.at(code).size(), 54u) << code;
     EXPECT_TRUE(L::names().contains(code)) << code;
   }
 }
