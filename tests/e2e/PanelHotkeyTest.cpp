@@ -102,6 +102,20 @@ class PanelHotkeyTest : public QObject {
     }
   }
 
+  // The display's focus decides at once; Qt learns of the focus leaving only later.
+  void f6RightAfterTheKeyboardLeavesThePanelActs() {
+    clickOn(panel_->maxClicks);
+    QVERIFY(QTest::qWaitFor([] { return QGuiApplication::focusWindow() != nullptr; }, kTimeoutMs));
+    receiver_->tapKey(XK_F6);
+    QTest::qWait(300);
+    QVERIFY2(!panel_->engine.running(), "F6 typed into the panel is the panel's own");
+    receiver_->focus();
+    receiver_->tapKey(XK_F6);
+    QVERIFY(QTest::qWaitFor([this] { return panel_->engine.running(); }, kTimeoutMs));
+    receiver_->tapKey(XK_F6);
+    QVERIFY(QTest::qWaitFor([this] { return !panel_->engine.running(); }, kTimeoutMs));
+  }
+
   void otherKeysDoNothing() {
     for (const KeySym key : {XK_F5, XK_a, XK_Return, XK_F7, XK_F16}) {
       receiver_->tapKey(key, key == XK_F7);
