@@ -68,7 +68,7 @@ std::optional<ClickPoint> TimedPointer::position() {
 }
 
 std::optional<MouseEvent> TimedInjector::make(MouseAction action, MouseButton button,
-                                              ClickPoint at) {
+                                              std::optional<ClickPoint> at) {
   return inner_.make(action, button, at);
 }
 

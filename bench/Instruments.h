@@ -83,7 +83,8 @@ class TimedInjector final : public EventInjector {
  public:
   TimedInjector(EventInjector& inner, PortRecorder& recorder)
       : inner_(inner), recorder_(recorder) {}
-  std::optional<MouseEvent> make(MouseAction action, MouseButton button, ClickPoint at) override;
+  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
+                                 std::optional<ClickPoint> at) override;
   void post(const MouseEvent& event) override;
 
  private:

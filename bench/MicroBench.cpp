@@ -37,7 +37,8 @@ class ManualTimer final : public OneShotTimer {
 
 class NullInjector final : public EventInjector {
  public:
-  std::optional<MouseEvent> make(MouseAction action, MouseButton button, ClickPoint at) override {
+  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
+                                 std::optional<ClickPoint> at) override {
     return MouseEvent{action, button, at, 1};
   }
   void post(const MouseEvent& event) override { benchmark::DoNotOptimize(event); }

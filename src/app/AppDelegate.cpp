@@ -52,6 +52,9 @@ AppDelegate::AppDelegate(Services services, QObject* parent)
   if (!services_.runAlert) {
     services_.runAlert = &AppDelegate::runAlertModally;
   }
+  if (!services_.trayAvailable) {
+    services_.trayAvailable = &QSystemTrayIcon::isSystemTrayAvailable;
+  }
 }
 
 AppDelegate::~AppDelegate() {
@@ -105,6 +108,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     qFatal("Vorrik: the panel could not be created");
   }
   buildMenu();
+  panel_->installEventFilter(this);
   show();
 
   statusItem_ = std::make_unique<QSystemTrayIcon>(letterIcon());
@@ -154,6 +158,21 @@ void AppDelegate::popUpStatusMenu() {
     at.setY(icon.top() - height);
   }
   statusMenu_->popup(at);
+}
+
+bool AppDelegate::eventFilter(QObject* watched, QEvent* event) {
+  if (watched != panel_.get() || event->type() != QEvent::Close || services_.trayAvailable()) {
+    return QObject::eventFilter(watched, event);
+  }
+  // Asked at each close, as a tray host may have come or gone since.
+  if (services_.runAlert(
+          {text("no_tray_title"), text("no_tray_body"), {text("m_quit"), text("keep_open")}}) ==
+      kAlertFirstButton) {
+    quitApplication();
+    return false;
+  }
+  event->ignore();
+  return true;
 }
 
 bool AppDelegate::applicationShouldHandleReopen(bool /*hasVisibleWindows*/) {

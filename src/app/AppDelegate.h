@@ -51,6 +51,8 @@ class AppDelegate final : public QObject {
     SettingsLink& settingsLink;
     PanelFactory makePanel;
     AlertRunner runAlert;
+    // Whether a tray shows the status item now; null asks QSystemTrayIcon.
+    std::function<bool()> trayAvailable;
   };
 
   explicit AppDelegate(Services services, QObject* parent = nullptr);
@@ -65,7 +67,9 @@ class AppDelegate final : public QObject {
   void applicationDidFinishLaunching();
   // Another launch or the desktop asked for the application: shows the panel; always true.
   bool applicationShouldHandleReopen(bool hasVisibleWindows);
-  // Closing the panel leaves the application running in the tray.
+  // Closing the panel leaves the application running in the tray. Where no tray shows, a hidden
+  // panel could only come back through a new launch, so closing it quits instead, once the user
+  // confirms.
   static bool applicationShouldTerminateAfterLastWindowClosed() { return false; }
 
   // The panel, once start-up has built it.
@@ -88,6 +92,10 @@ class AppDelegate final : public QObject {
   void axSettings();
   // Shows the name, version and credits.
   void about();
+
+ protected:
+  // Watches the panel's close: see applicationShouldTerminateAfterLastWindowClosed().
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   void buildMenu();

@@ -123,10 +123,15 @@ void ClickEngine::fire(std::uint64_t generation) {
       });
       return;
     }
-    // Without a target (no pointer position) the click is skipped but still counted, like one
-    // whose events cannot be made.
-    if (const std::optional<ClickPoint> at = nextPoint()) {
-      post(*at);
+    // Only clicks that were made count; one the injector cannot make ends the run with a reason,
+    // never a count of clicks that did not happen.
+    if (!post(nextPoint())) {
+      postTask([generation](ClickEngine& engine) {
+        if (engine.running_.load() && engine.generation_.load() == generation) {
+          engine.stop(L::t("cannot_click"));
+        }
+      });
+      return;
     }
     sessionClicks_.fetch_add(1);
     postTask([](ClickEngine& engine) {
@@ -143,14 +148,15 @@ void ClickEngine::fire(std::uint64_t generation) {
 std::optional<ClickPoint> ClickEngine::nextPoint() {
   const PointList::Snapshot snapshot = points.snapshot();
   if (snapshot->empty()) {
-    return ports_.pointer.position();
+    // The injector posts at the pointer itself, so a move by any program counts.
+    return std::nullopt;
   }
   const auto size = static_cast<std::int64_t>(snapshot->size());
   const std::int64_t i = pointIndex_.fetch_add(1) % size;
   return (*snapshot)[static_cast<std::size_t>(i)];
 }
 
-void ClickEngine::post(ClickPoint at) {
+bool ClickEngine::post(std::optional<ClickPoint> at) {
   const ClickType type = clickType.load();
   const MouseButton button = type == ClickType::right ? MouseButton::right : MouseButton::left;
   const int clicks = type == ClickType::double_ ? 2 : 1;
@@ -162,11 +168,11 @@ void ClickEngine::post(ClickPoint at) {
     }
     std::optional<MouseEvent> down = injector.make(MouseAction::down, button, at);
     if (!down) {
-      return;
+      return false;
     }
     std::optional<MouseEvent> up = injector.make(MouseAction::up, button, at);
     if (!up) {
-      return;
+      return false;
     }
     down->clickState = state;
     up->clickState = state;
@@ -174,6 +180,7 @@ void ClickEngine::post(ClickPoint at) {
     ports_.sleeper.sleepFor(kDownToUp);
     injector.post(*up);
   }
+  return true;
 }
 
 void ClickEngine::postTask(std::function<void(ClickEngine&)> task) {

@@ -82,8 +82,10 @@ class ClickEngine {
   void schedule(std::uint64_t generation);
   void tick(std::uint64_t generation);
   void fire(std::uint64_t generation);
+  // The next point of the list; nothing (the list is empty) means at the pointer.
   std::optional<ClickPoint> nextPoint();
-  void post(ClickPoint at);
+  // Makes and posts one click; false when the injector could not make its events.
+  bool post(std::optional<ClickPoint> at);
   void postTask(std::function<void(ClickEngine&)> task);
 
   Ports ports_;

@@ -210,8 +210,11 @@ void VorrikPanel::installHotkey() {
       return;
     }
     // A key meant for this application itself (a text field of the panel, an open menu) is
-    // not a global hotkey; only other applications' F6 toggles.
-    if (QGuiApplication::focusWindow() != nullptr || QApplication::activePopupWidget() != nullptr) {
+    // not a global hotkey; only other applications' F6 toggles. The display knows where the
+    // keyboard is at once; Qt's focus window follows only some 100 ms later.
+    const bool ours =
+        self->input_->keyboardInThisProcess().value_or(QGuiApplication::focusWindow() != nullptr);
+    if (ours || QApplication::activePopupWidget() != nullptr) {
       return;
     }
     // Later, on the main loop: presses in quick succession toggle once each, in order.

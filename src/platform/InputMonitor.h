@@ -22,6 +22,10 @@ class InputMonitor {
   virtual std::optional<Handle> addLeftPressMonitor(std::function<void()> handler) = 0;
   // Uninstalls that monitor: its handler is never called again.
   virtual void remove(Handle handle) = 0;
+  // Whether one of this process's windows has the keyboard now, as the display itself says (a
+  // toolkit's own focus window can lag behind); nothing where the monitor cannot tell. Main
+  // thread; meant for a key handler deciding whether a key was meant for this application.
+  virtual std::optional<bool> keyboardInThisProcess() { return std::nullopt; }
 };
 
 }  // namespace vorrik

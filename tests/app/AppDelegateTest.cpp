@@ -7,6 +7,7 @@
 #include <QLineEdit>
 #include <QSystemTrayIcon>
 #include <QTest>
+#include <QTimer>
 
 #include <memory>
 #include <optional>
@@ -68,6 +69,7 @@ struct World {
   fake::FakeInjector& injector = desktop.fakeInjector;
   std::vector<Alert> alerts;
   bool readyAtAlert = false;  // the panel and the tray item existed when the alert came up
+  bool tray = true;           // what the delegate is told about the tray
   std::unique_ptr<AppDelegate> delegate;
 
   explicit World(const std::string& lang, bool trusted = true, int answer = kAlertSecondButton,
@@ -81,11 +83,13 @@ struct World {
           desktop, desktop.sleeper, desktop.random, desktop.makeTimer()));
     };
     delegate = std::make_unique<AppDelegate>(
-        AppDelegate::Services{center, trust, link, panel, [this, answer](const Alert& alert) {
+        AppDelegate::Services{center, trust, link, panel,
+                              [this, answer](const Alert& alert) {
                                 alerts.push_back(alert);
                                 readyAtAlert = delegate->panel() && delegate->statusItem();
                                 return answer;
-                              }});
+                              },
+                              [this] { return tray; }});
     delegate->applicationDidFinishLaunching();
   }
   ~World() {
@@ -254,6 +258,36 @@ class AppDelegateTest : public QObject {
     world.status()->actions().at(3)->trigger();
     QCOMPARE(world.link.opens(), opens + 1);
     QCOMPARE(world.trust.queries(), queries);
+  }
+
+  // Without a tray a closed panel leaves nothing to bring it back: closing asks, then quits.
+  void closingThePanelWithoutATrayQuitsAfterAsking_data() {
+    QTest::addColumn<bool>("tray");
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<bool>("visible");
+    QTest::addColumn<int>("exitCode");  // -1: no quit
+    QTest::newRow("tray") << true << kAlertFirstButton << false << -1;
+    QTest::newRow("no tray, keep open") << false << kAlertSecondButton << true << -1;
+    QTest::newRow("no tray, quit") << false << kAlertFirstButton << false << 0;
+  }
+  void closingThePanelWithoutATrayQuitsAfterAsking() {
+    QFETCH(bool, tray);
+    QFETCH(int, answer);
+    QFETCH(bool, visible);
+    QFETCH(int, exitCode);
+    World world("en", true, answer);
+    world.tray = tray;
+    QTimer::singleShot(0, world.panel(), [&] {
+      world.panel()->close();
+      QTimer::singleShot(100, qApp, [] { QCoreApplication::exit(-1); });
+    });
+    QCOMPARE(QCoreApplication::exec(), exitCode);
+    QCOMPARE(world.panel()->isVisible(), visible);
+    QCOMPARE(world.alerts.size(), tray ? 0U : 1U);
+    if (!tray) {
+      QCOMPARE(world.alerts[0].message, "Closing the panel quits Vorrik");
+      QCOMPARE(world.alerts[0].buttons, QStringList({"Quit Vorrik", "Keep Open"}));
+    }
   }
 
   void commandsReachThePanel() {

@@ -26,8 +26,8 @@ struct Button {
 // override-redirect window over the whole screen.
 class Receiver {
  public:
-  // width 0: the screen's width and height.
-  explicit Receiver(int x = 0, int y = 0, int width = 0, int height = 0)
+  // width 0: the screen's width and height; screen -1: the display's default screen.
+  explicit Receiver(int x = 0, int y = 0, int width = 0, int height = 0, int screen = -1)
       : display_(XOpenDisplay(nullptr)) {
     if (display_ == nullptr) {
       return;
@@ -35,7 +35,9 @@ class Receiver {
     XSetWindowAttributes attributes{};
     attributes.override_redirect = True;
     attributes.event_mask = ButtonPressMask | ButtonReleaseMask | StructureNotifyMask;
-    const int screen = DefaultScreen(display_);
+    if (screen < 0) {
+      screen = DefaultScreen(display_);
+    }
     if (width == 0) {
       width = DisplayWidth(display_, screen);
       height = DisplayHeight(display_, screen);
@@ -66,9 +68,39 @@ class Receiver {
     XSync(display_, False);
   }
 
-  void warpPointer(int x, int y) {
-    XWarpPointer(display_, None, DefaultRootWindow(display_), 0, 0, 0, 0, x, y);
+  // Moves the pointer as xdotool's mousemove does: a warp, which no motion event reports.
+  void warpPointer(int x, int y, int screen = -1) {
+    XWarpPointer(display_, None,
+                 screen < 0 ? DefaultRootWindow(display_) : RootWindow(display_, screen), 0, 0, 0,
+                 0, x, y);
     XSync(display_, False);
+  }
+
+  // Where the pointer is, on whichever screen holds it.
+  ClickPoint pointerAt() {
+    Window root = 0;
+    Window child = 0;
+    int x = 0;
+    int y = 0;
+    int wx = 0;
+    int wy = 0;
+    unsigned mask = 0;
+    XQueryPointer(display_, DefaultRootWindow(display_), &root, &child, &x, &y, &wx, &wy, &mask);
+    return {double(x), double(y)};
+  }
+
+  // Sets the core pointer map, as `xmodmap -e "pointer = ..."` does; buttons past the list keep
+  // their own number. True once the server took it.
+  bool mapButtons(std::vector<unsigned char> map) {
+    std::vector<unsigned char> all(256);
+    const int count = XGetPointerMapping(display_, all.data(), static_cast<int>(all.size()));
+    for (int i = static_cast<int>(map.size()); i < count; ++i) {
+      map.push_back(static_cast<unsigned char>(i + 1));
+    }
+    map.resize(static_cast<std::size_t>(count));
+    const bool set = XSetPointerMapping(display_, map.data(), count) == MappingSuccess;
+    XSync(display_, False);
+    return set;
   }
 
   // Moves the pointer as a mouse would: absolutely, or by a distance from where it is.

@@ -1,22 +1,27 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Runs a command against a private Xvfb on a free display number, then stops the server.
-#   with-xvfb.sh [--tray] [--size WxHxD] -- command args...
-# --tray also starts a trayer system tray host. DISPLAY is set for the command; the server
+#   with-xvfb.sh [--tray] [--size WxHxD] [--screens N] -- command args...
+# --tray also starts a trayer system tray host; --screens 2 gives the server a second X screen
+# of the same size (two root windows, no Xinerama). DISPLAY is set for the command; the server
 # and tray host are stopped however the command ends.
 set -euo pipefail
 
 size="1280x800x24"
 tray=0
+screens=1
 while [ $# -gt 0 ]; do
   case "$1" in
     --tray) tray=1; shift ;;
     --size) size="$2"; shift 2 ;;
+    --screens) screens="$2"; shift 2 ;;
     --) shift; break ;;
     *) break ;;
   esac
 done
-[ $# -gt 0 ] || { echo "usage: $0 [--tray] [--size WxHxD] -- command..." >&2; exit 2; }
+[ $# -gt 0 ] || { echo "usage: $0 [--tray] [--size WxHxD] [--screens N] -- command..." >&2; exit 2; }
+screenArgs=()
+for ((n = 0; n < screens; n++)); do screenArgs+=(-screen "$n" "$size"); done
 
 command -v Xvfb >/dev/null || { echo "Xvfb is not installed (run scripts/test once)" >&2; exit 1; }
 
@@ -31,7 +36,7 @@ trap cleanup EXIT INT TERM
 
 # -displayfd makes Xvfb pick a free display number itself and report it once it is ready.
 mkfifo "$tmp/fd"
-Xvfb -displayfd 3 -screen 0 "$size" -nolisten tcp -noreset +extension XTEST +extension XInputExtension \
+Xvfb -displayfd 3 "${screenArgs[@]}" -nolisten tcp -noreset +extension XTEST +extension XInputExtension \
   3>"$tmp/fd" >"$tmp/xvfb.log" 2>&1 &
 pids+=($!)
 read -r -t 20 display <"$tmp/fd" || { echo "Xvfb did not start:" >&2; cat "$tmp/xvfb.log" >&2; exit 1; }

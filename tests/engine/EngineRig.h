@@ -35,8 +35,9 @@ struct EngineRig {
     return fired;
   }
 
-  std::vector<ClickPoint> pressPoints() const {
-    std::vector<ClickPoint> at;
+  // Where each press was aimed; nothing for one at the pointer.
+  std::vector<std::optional<ClickPoint>> pressPoints() const {
+    std::vector<std::optional<ClickPoint>> at;
     for (const MouseEvent& e : injector.events())
       if (e.action == MouseAction::down) at.push_back(e.at);
     return at;

@@ -6,7 +6,7 @@
 namespace vorrik::fake {
 
 std::optional<MouseEvent> FakeInjector::make(MouseAction action, MouseButton button,
-                                             ClickPoint at) {
+                                             std::optional<ClickPoint> at) {
   std::lock_guard lock(mutex_);
   const int index = makeCalls_++;
   if (failing_.contains(index)) return std::nullopt;

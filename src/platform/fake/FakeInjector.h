@@ -23,7 +23,8 @@ class FakeInjector final : public EventInjector {
     nanoseconds at;
   };
   explicit FakeInjector(FakeClock& clock) : clock_(clock) {}
-  std::optional<MouseEvent> make(MouseAction action, MouseButton button, ClickPoint at) override;
+  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
+                                 std::optional<ClickPoint> at) override;
   void post(const MouseEvent& event) override;
 
   std::vector<Posted> posted() const;

@@ -19,6 +19,7 @@ class FakeInputMonitor final : public InputMonitor {
   std::optional<Handle> addKeyMonitor(std::function<void(Key)> handler) override;
   std::optional<Handle> addLeftPressMonitor(std::function<void()> handler) override;
   void remove(Handle handle) override;
+  std::optional<bool> keyboardInThisProcess() override { return keyboardHere_; }
 
   // A key press anywhere on the display.
   void pressKey(Key key);
@@ -26,6 +27,8 @@ class FakeInputMonitor final : public InputMonitor {
   void pressLeft();
   // false: later add...() calls give nothing, as without a display.
   void setAvailable(bool available) { available_ = available; }
+  // What keyboardInThisProcess() answers; nothing (the default) as where no display can tell.
+  void setKeyboardInThisProcess(std::optional<bool> here) { keyboardHere_ = here; }
   // Handles installed now, in the order they were added.
   [[nodiscard]] std::vector<Handle> keyMonitors() const;
   [[nodiscard]] std::vector<Handle> leftPressMonitors() const;
@@ -41,6 +44,7 @@ class FakeInputMonitor final : public InputMonitor {
   [[nodiscard]] std::vector<Handle> live(bool keys) const;
 
   bool available_ = true;
+  std::optional<bool> keyboardHere_;
   Handle next_ = 1;
   std::map<Handle, std::shared_ptr<const Monitor>> monitors_;
   std::vector<Handle> installed_;

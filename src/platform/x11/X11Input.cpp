@@ -2,7 +2,6 @@
 #include "platform/x11/X11Input.h"
 
 #include <X11/Xlib.h>
-#include <X11/extensions/XInput2.h>
 #include <X11/extensions/XTest.h>
 
 #include <algorithm>
@@ -12,9 +11,7 @@
 #include <limits>
 #include <mutex>
 #include <set>
-#include <string_view>
 #include <utility>
-#include <vector>
 
 namespace vorrik::x11 {
 namespace {
@@ -97,7 +94,8 @@ std::optional<RootPosition> rootPosition(ClickPoint at) {
   return RootPosition{static_cast<int>(x), static_cast<int>(y)};
 }
 
-// Where the pointer is on display's default screen: one round trip.
+// Where the pointer is on display's default screen (nothing while it is on another): one round
+// trip.
 std::optional<ClickPoint> queryPointer(Display* display) {
   Window root = 0;
   Window child = 0;
@@ -168,135 +166,62 @@ bool X11Injector::connected() const {
   return connection_->healthy() && connection_->xtest();
 }
 
-std::optional<MouseEvent> X11Injector::make(MouseAction action, MouseButton button, ClickPoint at) {
-  if (!connected() || !rootPosition(at)) {
+std::optional<MouseEvent> X11Injector::make(MouseAction action, MouseButton button,
+                                            std::optional<ClickPoint> at) {
+  if (!connected() || (at && !rootPosition(*at))) {
     return std::nullopt;
   }
   return MouseEvent{action, button, at, 1};
 }
 
 void X11Injector::post(const MouseEvent& event) {
-  const std::optional<RootPosition> to = rootPosition(event.at);
-  if (!to || !connection_->xtest()) {
+  const std::optional<RootPosition> to = event.at ? rootPosition(*event.at) : std::nullopt;
+  if ((event.at && !to) || !connection_->xtest()) {
     return;
   }
-  const unsigned button = event.button == MouseButton::right ? 3 : 1;
+  const unsigned char logical = event.button == MouseButton::right ? 3 : 1;
   const Bool press = event.action == MouseAction::down ? True : False;
   connection_->with([&](Display* display) {
     // XTest has no click count: a second pair soon after the first, at the same spot, is what
-    // receivers count as a double click.
-    XTestFakeMotionEvent(display, DefaultScreen(display), to->x, to->y, CurrentTime);
-    XTestFakeButtonEvent(display, button, press, CurrentTime);
+    // receivers count as a double click. Without a point no motion is sent: the button then
+    // lands wherever the pointer is, on any screen, and a pointer moved by someone else stays.
+    if (to) {
+      XTestFakeMotionEvent(display, DefaultScreen(display), to->x, to->y, CurrentTime);
+    }
+    XTestFakeButtonEvent(display, physicalButton(display, logical), press, CurrentTime);
     XFlush(display);
   });
 }
 
-// Follows the pointer's motion through XInput2 raw events so that a pointer at rest costs no
-// round trip to the server: the cached position is queried again only after a motion that may have
-// moved it. Our own clicks at the cursor move the pointer to where it already is; those come from
-// an XTEST device with the cached position as their values and change nothing. Without XInput2
-// every call queries.
-class MotionWatch {
- public:
-  explicit MotionWatch(Display* display) {
-    int event = 0;
-    int error = 0;
-    if (XQueryExtension(display, "XInputExtension", &opcode_, &event, &error) != True) {
-      return;
+unsigned X11Injector::physicalButton(Display* display, unsigned char logical) {
+  // The server sends every client a MappingNotify when the pointer map changes; this
+  // connection selects nothing else, so its queue holds only those.
+  XEvent event;
+  while (XCheckTypedEvent(display, MappingNotify, &event) == True) {
+    if (event.xmapping.request == MappingPointer) {
+      buttonMap_.clear();
     }
-    int major = 2;
-    int minor = 2;
-    if (XIQueryVersion(display, &major, &minor) != Success) {
-      return;
-    }
-    int count = 0;
-    XIDeviceInfo* devices = XIQueryDevice(display, XIAllDevices, &count);
-    for (int i = 0; i < count; ++i) {
-      if (devices[i].use == XISlavePointer &&
-          std::string_view(devices[i].name).find("XTEST") != std::string_view::npos) {
-        xtestPointers_.push_back(devices[i].deviceid);
-      }
-    }
-    XIFreeDeviceInfo(devices);
-    std::vector<unsigned char> mask(XIMaskLen(XI_LASTEVENT), 0);
-    XISetMask(mask.data(), XI_RawMotion);
-    XIEventMask selection{XIAllMasterDevices, static_cast<int>(mask.size()), mask.data()};
-    active_ = XISelectEvents(display, DefaultRootWindow(display), &selection, 1) == Success;
-    XSync(display, False);
   }
-
-  // True when the pointer may have moved away from `at` since the events last read.
-  bool movedFrom(Display* display, std::optional<ClickPoint> at) {
-    bool moved = !active_ || !at;
-    while (XPending(display) > 0) {
-      XEvent event;
-      XNextEvent(display, &event);
-      XGenericEventCookie* cookie = &event.xcookie;
-      if (cookie->type != GenericEvent || cookie->extension != opcode_ ||
-          cookie->evtype != XI_RawMotion) {
-        continue;
-      }
-      if (XGetEventData(display, cookie) != True) {
-        moved = true;
-        continue;
-      }
-      moved = moved || !stayedAt(*static_cast<const XIRawEvent*>(cookie->data), at);
-      XFreeEventData(display, cookie);
-    }
-    return moved;
+  if (buttonMap_.empty()) {
+    buttonMap_.assign(256, 0);
+    const int count =
+        XGetPointerMapping(display, buttonMap_.data(), static_cast<int>(buttonMap_.size()));
+    buttonMap_.resize(static_cast<std::size_t>(std::max(count, 0)));
   }
-
- private:
-  // An absolute XTEST move onto the position already known, as each click at the cursor makes.
-  [[nodiscard]] bool stayedAt(const XIRawEvent& raw, std::optional<ClickPoint> at) const {
-    if (!at || std::find(xtestPointers_.begin(), xtestPointers_.end(), raw.sourceid) ==
-                   xtestPointers_.end()) {
-      return false;
-    }
-    if (raw.valuators.mask_len < 1 || !XIMaskIsSet(raw.valuators.mask, 0) ||
-        !XIMaskIsSet(raw.valuators.mask, 1)) {
-      return false;
-    }
-    for (int bit = 2; bit < raw.valuators.mask_len * 8; ++bit) {
-      if (XIMaskIsSet(raw.valuators.mask, bit)) {
-        return false;
-      }
-    }
-    return raw.raw_values[0] == at->x && raw.raw_values[1] == at->y;
-  }
-
-  int opcode_ = 0;
-  bool active_ = false;
-  std::vector<int> xtestPointers_;
-};
+  // XTEST presses physical buttons, which the map turns into the logical ones receivers see.
+  const auto found = std::find(buttonMap_.begin(), buttonMap_.end(), logical);
+  return found != buttonMap_.end() ? static_cast<unsigned>(found - buttonMap_.begin()) + 1
+                                   : logical;
+}
 
 X11Pointer::X11Pointer(const char* displayName)
-    : connection_(std::make_unique<Connection>(displayName)) {
-  connection_->with([&](Display* display) { motion_ = std::make_unique<MotionWatch>(display); });
-}
+    : connection_(std::make_unique<Connection>(displayName)) {}
 
 X11Pointer::~X11Pointer() = default;
 
 std::optional<ClickPoint> X11Pointer::position() {
   std::optional<ClickPoint> where;
-  connection_->with([&](Display* display) {
-    if (motion_ && !motion_->movedFrom(display, known_)) {
-      where = known_;
-      return;
-    }
-    known_ = where = queryPointer(display);
-  });
-  return where;
-}
-
-std::optional<ClickPoint> X11Pointer::query() {
-  std::optional<ClickPoint> where;
-  connection_->with([&](Display* display) {
-    if (motion_) {
-      motion_->movedFrom(display, known_);  // drop the motion this answer supersedes
-    }
-    known_ = where = queryPointer(display);
-  });
+  connection_->with([&](Display* display) { where = queryPointer(display); });
   return where;
 }
 

@@ -7,19 +7,24 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/AccessibilityTrust.h"
 #include "platform/ClickPoint.h"
 #include "platform/EventInjector.h"
 #include "platform/Pointer.h"
 
+// Xlib's Display, without pulling Xlib's macros into every includer.
+struct _XDisplay;  // NOLINT(bugprone-reserved-identifier): Xlib's own name
+
 namespace vorrik::x11 {
 
 class Connection;
-class MotionWatch;
 
-// Posts button events with the XTest extension, moving the pointer to the target first.
-// Meant for the click worker; a mutex keeps it correct from any other thread too.
+// Posts button events with the XTest extension: at a point, after moving the pointer there, or
+// at the pointer without moving it. Points are root positions of the display's default screen, so
+// a run with points brings the pointer to that screen; clicks at the pointer land on whichever
+// screen holds it. Meant for the click worker; a mutex keeps it correct from any other thread too.
 class X11Injector final : public EventInjector {
  public:
   // Connects to displayName, or to $DISPLAY when it is null.
@@ -29,22 +34,26 @@ class X11Injector final : public EventInjector {
   X11Injector& operator=(const X11Injector&) = delete;
 
   // Nothing when the display is gone or the point is not a finite X root position.
-  std::optional<MouseEvent> make(MouseAction action, MouseButton button, ClickPoint at) override;
-  // Moves the pointer to the event's point (rounded), presses or releases button 1 (left) or
-  // 3 (right) and flushes; does nothing when the display is gone.
+  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
+                                 std::optional<ClickPoint> at) override;
+  // Moves the pointer to the event's point (rounded) if it has one, presses or releases the
+  // physical button that the core pointer map makes logical 1 (left) or 3 (right) and flushes;
+  // does nothing when the display is gone.
   void post(const MouseEvent& event) override;
 
   // True while the display connection is open and healthy.
   [[nodiscard]] bool connected() const;
 
  private:
+  // The physical button the pointer map turns into logical, read again after the map changes.
+  unsigned physicalButton(_XDisplay* display, unsigned char logical);
+
   std::unique_ptr<Connection> connection_;
+  std::vector<unsigned char> buttonMap_;  // guarded by the connection's lock; empty: read it
 };
 
 // The pointer position in root-window pixels of the default screen: top-left origin, y down,
-// the same space the injector posts in. A pointer at rest is answered from the last query, so the
-// click path makes no round trip to the server; a warp by another client that no motion follows
-// goes unseen until the next motion. Thread-safe.
+// the same space the injector posts in. Each call asks the server. Thread-safe.
 class X11Pointer final : public Pointer {
  public:
   // Connects to displayName, or to $DISPLAY when it is null.
@@ -55,13 +64,9 @@ class X11Pointer final : public Pointer {
 
   // Nothing when the display is gone or the pointer is on another X screen.
   std::optional<ClickPoint> position() override;
-  // Always a round trip, so a warp that no motion followed is seen too.
-  std::optional<ClickPoint> query() override;
 
  private:
   std::unique_ptr<Connection> connection_;
-  std::unique_ptr<MotionWatch> motion_;  // null without a display
-  std::optional<ClickPoint> known_;      // guarded by the connection's lock
 };
 
 // On X11 any client may inject input once the XTEST extension is there; no prompt exists. An

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "platform/x11/X11InputMonitor.h"
 
+#include <QGuiApplication>
 #include <QMetaObject>
 #include <QSocketNotifier>
+#include <QWindow>
 
 #include <algorithm>
 #include <cstdint>
@@ -282,6 +284,26 @@ std::optional<InputMonitor::Handle> X11InputMonitor::addLeftPressMonitor(
 
 void X11InputMonitor::remove(Handle handle) {
   impl_->monitors.erase(handle);
+}
+
+std::optional<bool> X11InputMonitor::keyboardInThisProcess() {
+  if (impl_->display == nullptr || qGuiApp == nullptr) {
+    return std::nullopt;
+  }
+  // The focus is on a top-level window itself: Qt gives its top-levels the focus directly and
+  // window managers hand it to the client window. Walking up from a child would need requests
+  // that fail, fatally for Xlib's default error handler, when the window has just gone.
+  ::Window focus = 0;
+  int revertTo = 0;
+  XGetInputFocus(impl_->display, &focus, &revertTo);
+  if (focus == None || focus == PointerRoot) {
+    return false;
+  }
+  const QWindowList windows = QGuiApplication::topLevelWindows();
+  return std::any_of(windows.begin(), windows.end(), [focus](const QWindow* window) {
+    // handle(): only windows that exist on the server; winId() would create the others.
+    return window->handle() != nullptr && static_cast<::Window>(window->winId()) == focus;
+  });
 }
 
 }  // namespace vorrik::x11

@@ -37,6 +37,9 @@ class X11InputMonitor final : public InputMonitor {
   // button 1, so a left-handed mapping is honoured.
   std::optional<Handle> addLeftPressMonitor(std::function<void()> handler) override;
   void remove(Handle handle) override;
+  // Asks the server for the input focus and compares it with this Qt application's top-level
+  // windows; nothing without a display or a QGuiApplication.
+  std::optional<bool> keyboardInThisProcess() override;
 
  private:
   struct Impl;

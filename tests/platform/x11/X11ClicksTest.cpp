@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <utility>
 
 #include "engine/ClickEngine.h"
 #include "platform/fake/FakeDesktop.h"
@@ -131,26 +132,74 @@ TEST_F(X11Clicks, DoubleClickSendsTwoPairsAbout48msApart) {
   EXPECT_LE(events[2].time - events[0].time, 1000U);
 }
 
+// "Pointer and screens": clicks at the cursor land where the pointer is, whoever moved it and
+// on whichever screen; Left is the button the user's map makes primary.
 TEST_F(X11Clicks, ClicksAtTheCursorFollowEveryKindOfPointerMoveDuringARun) {
   receiver.warpPointer(100, 100);
   engine.intervalMs = 50;
   engine.start();
+  enum class How { motion, relative, warp };
   struct Move {
     int x, y;
-    bool relative;
+    How how;
     ClickPoint expected;
   };
-  for (const Move& move : {Move{400, 300, false, {400, 300}}, Move{7, 5, true, {407, 305}},
-                           Move{407, 305, false, {407, 305}}, Move{-7, -5, true, {400, 300}}}) {
+  for (const Move& move :
+       {Move{400, 300, How::motion, {400, 300}}, Move{7, 5, How::relative, {407, 305}},
+        Move{407, 305, How::motion, {407, 305}}, Move{-7, -5, How::relative, {400, 300}},
+        Move{250, 150, How::warp, {250, 150}}, Move{600, 450, How::warp, {600, 450}}}) {
     pumpUntil([&] { return lastTick >= 1; });
-    receiver.movePointer(move.x, move.y, move.relative);
+    if (move.how == How::warp) {
+      receiver.warpPointer(move.x, move.y);
+    } else {
+      receiver.movePointer(move.x, move.y, move.how == How::relative);
+    }
     const std::int64_t after = lastTick + 2;
     pumpUntil([&] { return lastTick >= after; });
     const auto down = presses(receiver.take(0ms));
     ASSERT_FALSE(down.empty());
-    EXPECT_EQ(down.back().at, move.expected) << move.x << "," << move.y << " " << move.relative;
+    EXPECT_EQ(down.back().at, move.expected) << move.x << "," << move.y;
+    EXPECT_EQ(receiver.pointerAt(), move.expected) << "the pointer stays where it was moved";
   }
   engine.stop("Stopped");
+}
+
+TEST_F(X11Clicks, ClicksAtTheCursorReachTheSecondScreen) {
+  Receiver second(0, 0, 0, 0, 1);
+  ASSERT_TRUE(second.ready());
+  second.warpPointer(300, 200, 1);
+  engine.maxClicks = 3;
+  engine.intervalMs = 50;
+  engine.start();
+  pumpUntil([&] { return stopText.has_value(); });
+  EXPECT_EQ(stopText, "Done: 3 clicks.");
+  const auto down = presses(second.take(300ms));
+  ASSERT_EQ(down.size(), 3U) << "every counted click was made";
+  for (const Button& b : down) {
+    EXPECT_EQ(b.at, (ClickPoint{300, 200}));
+  }
+}
+
+TEST_F(X11Clicks, LeftMeansThePrimaryButtonOfAReversedMap) {
+  ASSERT_TRUE(receiver.mapButtons({3, 2, 1}));
+  for (const auto& [type, logical] : {std::pair{ClickType::left, 1U}, {ClickType::right, 3U}}) {
+    stopText.reset();
+    engine.points.assign({{200, 200}});
+    engine.clickType = type;
+    engine.maxClicks = 1;
+    engine.start();
+    pumpUntil([&] { return stopText.has_value(); });
+    const auto down = presses(receiver.take(300ms));
+    ASSERT_FALSE(down.empty());
+    EXPECT_EQ(down.back().button, logical);
+  }
+  // A map changed while Vorrik runs counts from the next click on.
+  ASSERT_TRUE(receiver.mapButtons({1, 2, 3}));
+  stopText.reset();
+  engine.clickType = ClickType::left;
+  engine.start();
+  pumpUntil([&] { return stopText.has_value(); });
+  EXPECT_EQ(presses(receiver.take(300ms)).back().button, 1U);
 }
 
 }  // namespace
