@@ -161,7 +161,8 @@ void AppDelegate::popUpStatusMenu() {
 }
 
 bool AppDelegate::eventFilter(QObject* watched, QEvent* event) {
-  if (watched != panel_.get() || event->type() != QEvent::Close || services_.trayAvailable()) {
+  if (watched != panel_.get() || event->type() != QEvent::Close || quitting_ ||
+      services_.trayAvailable()) {
     return QObject::eventFilter(watched, event);
   }
   // Asked at each close, as a tray host may have come or gone since.
@@ -321,6 +322,7 @@ void AppDelegate::hideApplication() {
 }
 
 void AppDelegate::quitApplication() {
+  quitting_ = true;
   QCoreApplication::quit();
 }
 

@@ -104,7 +104,8 @@ class AppDelegate final : public QObject {
   void checkTrust();
   void popUpStatusMenu();
   void hideApplication();
-  static void quitApplication();
+  // Quitting closes every window first; the panel then closes without asking.
+  void quitApplication();
   // Cut, copy, paste or select all in the panel's text field that has the keyboard.
   void editInPanel(const std::function<void(QLineEdit*)>& edit);
 
@@ -113,6 +114,7 @@ class AppDelegate final : public QObject {
   std::unique_ptr<QSystemTrayIcon> statusItem_;
   QPointer<QMenuBar> mainMenu_;
   QPointer<QMenu> statusMenu_;
+  bool quitting_ = false;
 };
 
 }  // namespace vorrik

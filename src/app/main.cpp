@@ -94,6 +94,7 @@ int main(int argc, char** argv) {
            return std::make_unique<vorrik::VorrikPanel>(vorrik::VorrikPanel::Services::from(
                *desktop, sleeper, random, std::make_unique<vorrik::posix::WorkerTimer>()));
          },
+         {},
          {}});
     QObject::connect(&instance, &vorrik::SingleInstance::commandReceived, &delegate,
                      [&delegate](vorrik::Command asked) { vorrik::perform(delegate, asked); });

@@ -37,8 +37,12 @@ class TrayTest : public QObject {
     defaults_.setString(L::kLangKey, "en");
     L::install({&defaults_, &preferred_, &center_});
     delegate_ = std::make_unique<AppDelegate>(
-        AppDelegate::Services{center_, trust_, link_, [] { return std::make_unique<QWidget>(); },
-                              [](const Alert&) { return kAlertSecondButton; }});
+        AppDelegate::Services{center_,
+                              trust_,
+                              link_,
+                              [] { return std::make_unique<QWidget>(); },
+                              [](const Alert&) { return kAlertSecondButton; },
+                              {}});
     delegate_->applicationDidFinishLaunching();
   }
   void cleanupTestCase() {

@@ -112,16 +112,16 @@ class PanelHotkeyTest : public QObject {
 
   // The display's focus decides at once; Qt learns of the focus leaving only later.
   void f6RightAfterTheKeyboardLeavesThePanelActs() {
-    clickOn(panel_->maxClicks);
+    clickOn(ui().maxClicks);
     QVERIFY(QTest::qWaitFor([] { return QGuiApplication::focusWindow() != nullptr; }, kTimeoutMs));
     receiver_->tapKey(XK_F6);
     QTest::qWait(300);
-    QVERIFY2(!panel_->engine.running(), "F6 typed into the panel is the panel's own");
+    QVERIFY2(!engine().running(), "F6 typed into the panel is the panel's own");
     receiver_->focus();
     receiver_->tapKey(XK_F6);
-    QVERIFY(QTest::qWaitFor([this] { return panel_->engine.running(); }, kTimeoutMs));
+    QVERIFY(QTest::qWaitFor([this] { return engine().running(); }, kTimeoutMs));
     receiver_->tapKey(XK_F6);
-    QVERIFY(QTest::qWaitFor([this] { return !panel_->engine.running(); }, kTimeoutMs));
+    QVERIFY(QTest::qWaitFor([this] { return !engine().running(); }, kTimeoutMs));
   }
 
   void otherKeysDoNothing() {

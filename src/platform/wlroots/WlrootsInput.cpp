@@ -185,14 +185,6 @@ const wl_registry_listener kRegistryListener{&onGlobal, &onGlobalRemove};
 
 }  // namespace
 
-ClickPoint atCursor() {
-  return {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::quiet_NaN()};
-}
-
-bool isAtCursor(ClickPoint point) {
-  return std::isnan(point.x) && std::isnan(point.y);
-}
-
 std::optional<std::string> whyNoVirtualPointer(const std::string& displayName) {
   wl_display* display = connect(displayName);
   if (display == nullptr) {
@@ -278,14 +270,14 @@ class VirtualPointer {
     const std::uint32_t button = event.button == MouseButton::right ? BTN_RIGHT : BTN_LEFT;
     const bool press = event.action == MouseAction::down;
     const std::uint32_t time = nowMs();
-    if (!isAtCursor(event.at)) {
+    if (event.at) {
       readPending();
       const std::optional<Box> box = layoutBox();
       if (!box) {
         return;
       }
-      const auto x = static_cast<std::uint32_t>(std::lround(event.at.x) - box->x);
-      const auto y = static_cast<std::uint32_t>(std::lround(event.at.y) - box->y);
+      const auto x = static_cast<std::uint32_t>(std::lround(event.at->x) - box->x);
+      const auto y = static_cast<std::uint32_t>(std::lround(event.at->y) - box->y);
       zwlr_virtual_pointer_v1_motion_absolute(pointer_, time, x, y,
                                               static_cast<std::uint32_t>(box->width),
                                               static_cast<std::uint32_t>(box->height));
@@ -380,19 +372,19 @@ void WlrootsInjector::releaseAll() {
 }
 
 std::optional<MouseEvent> WlrootsInjector::make(MouseAction action, MouseButton button,
-                                                ClickPoint at) {
-  if (isAtCursor(at)) {
+                                                std::optional<ClickPoint> at) {
+  if (!at) {
     if (!connected()) {
       return std::nullopt;
     }
     return MouseEvent{action, button, at, 1};
   }
-  if (!std::isfinite(at.x) || !std::isfinite(at.y)) {
+  if (!std::isfinite(at->x) || !std::isfinite(at->y)) {
     return std::nullopt;
   }
   const std::optional<Box> box = pointer_->layout();
-  const double x = std::round(at.x);
-  const double y = std::round(at.y);
+  const double x = std::round(at->x);
+  const double y = std::round(at->y);
   if (!box || x < box->x || y < box->y || x >= box->x + box->width || y >= box->y + box->height) {
     return std::nullopt;
   }

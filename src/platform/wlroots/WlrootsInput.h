@@ -23,12 +23,6 @@ inline constexpr const char* kVirtualPointerGlobal = "zwlr_virtual_pointer_manag
 // pointer clicks, or nothing when it can.
 std::optional<std::string> whyNoVirtualPointer(const std::string& displayName = {});
 
-// Where the pointer is, whatever that is: clients cannot read the global pointer position on
-// Wayland, and a button event with no motion before it lands there. Only this backend's
-// injector understands it.
-ClickPoint atCursor();
-bool isAtCursor(ClickPoint point);
-
 class VirtualPointer;
 
 // Posts button events through a virtual pointer of its own. Meant for the click worker; a
@@ -43,8 +37,9 @@ class WlrootsInjector final : public EventInjector {
   WlrootsInjector& operator=(const WlrootsInjector&) = delete;
 
   // Nothing when the compositor is gone or the point lies outside every output.
-  std::optional<MouseEvent> make(MouseAction action, MouseButton button, ClickPoint at) override;
-  // Moves the pointer to the event's point (unless it is atCursor()), presses or releases the
+  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
+                                 std::optional<ClickPoint> at) override;
+  // Moves the pointer to the event's point (if it has one), presses or releases the
   // left or right button and flushes; does nothing when the compositor is gone.
   void post(const MouseEvent& event) override;
 
@@ -57,12 +52,11 @@ class WlrootsInjector final : public EventInjector {
   std::unique_ptr<VirtualPointer> pointer_;
 };
 
-// The click worker's pointer: always atCursor(), since only the compositor knows where the
-// pointer is and a bare button event lands there.
+// Only the compositor knows where the pointer is; a bare button event lands there.
 class CursorPointer final : public Pointer {
  public:
-  // atCursor(), every time.
-  std::optional<ClickPoint> position() override { return atCursor(); }
+  // Nothing, every time.
+  std::optional<ClickPoint> position() override { return std::nullopt; }
 };
 
 // Trusted when the compositor offers the virtual-pointer global; there is nothing to grant.

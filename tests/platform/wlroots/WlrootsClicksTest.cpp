@@ -153,7 +153,7 @@ TEST_F(WlrootsClicks, PointsOutsideEveryOutputAreRefused) {
     EXPECT_EQ(injector.make(MouseAction::down, MouseButton::left, c.at).has_value(), c.made)
         << c.at.x << "," << c.at.y;
   }
-  EXPECT_TRUE(injector.make(MouseAction::down, MouseButton::left, wlroots::atCursor()));
+  EXPECT_TRUE(injector.make(MouseAction::down, MouseButton::left, std::nullopt));
 }
 
 // Sway keeps a button down when the process that pressed it dies without releasing it (measured:
@@ -161,7 +161,7 @@ TEST_F(WlrootsClicks, PointsOutsideEveryOutputAreRefused) {
 // end, and Vorrik's signal handling ends in one.
 TEST_F(WlrootsClicks, DestroyingTheInjectorMidPressReleases) {
   auto own = std::make_unique<wlroots::WlrootsInjector>();
-  own->post(*own->make(MouseAction::down, MouseButton::right, {600, 300}));
+  own->post(*own->make(MouseAction::down, MouseButton::right, ClickPoint{600, 300}));
   ASSERT_EQ(receiver.buttons(1s).size(), 1U);
   own.reset();
   const auto after = receiver.buttons(1s);
