@@ -3,11 +3,14 @@
 // event loop.
 #include <QApplication>
 #include <QMetaObject>
+#include <QPointer>
 
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 #include "app/AppDelegate.h"
+#include "app/ExitGuard.h"
 #include "app/LetterIcon.h"
 #include "app/SingleInstance.h"
 #include "l10n/L.h"
@@ -29,6 +32,13 @@ int refuseSession(int argc, char** argv, const vorrik::Session& session, const s
   if (session.waylandDisplay.empty() && session.display.empty()) {
     return 1;
   }
+  // The line above says it all: Qt's own complaints stay quiet, and a display the toolkit
+  // cannot open either ends Vorrik with status 1 instead of an abort.
+  qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString&) {
+    if (type == QtFatalMsg) {
+      std::_Exit(1);
+    }
+  });
   QApplication app(argc, argv);
   vorrik::AppDelegate::runAlertModally(
       {QStringLiteral("Vorrik cannot click on this desktop"), QString::fromStdString(why), {}});
@@ -58,6 +68,9 @@ int main(int argc, char** argv) {
   QApplication::setQuitOnLastWindowClosed(
       vorrik::AppDelegate::applicationShouldTerminateAfterLastWindowClosed());
 
+  // Before anything clicks: every way out then releases the button first.
+  vorrik::ExitGuard guard;
+
   vorrik::SingleInstance instance;
   if (!instance.claim()) {
     return 0;
@@ -71,15 +84,19 @@ int main(int argc, char** argv) {
 
   int status = 0;
   {
+    QPointer<vorrik::VorrikPanel> made;
     vorrik::AppDelegate delegate(
         {desktop->center(),
          desktop->trust(),
          desktop->settingsLink(),
          [&] {
-           return std::make_unique<vorrik::VorrikPanel>(vorrik::VorrikPanel::Services::from(
+           auto panel = std::make_unique<vorrik::VorrikPanel>(vorrik::VorrikPanel::Services::from(
                *desktop, sleeper, random, std::make_unique<vorrik::posix::WorkerTimer>()));
+           made = panel.get();
+           return panel;
          },
          {}});
+    guard.watch([&made]() -> vorrik::ClickEngine* { return made ? &made->engine : nullptr; });
     QObject::connect(&instance, &vorrik::SingleInstance::reopenRequested, &delegate, [&delegate] {
       delegate.applicationShouldHandleReopen(delegate.panel()->isVisible());
     });
@@ -87,7 +104,8 @@ int main(int argc, char** argv) {
     QMetaObject::invokeMethod(&delegate, &vorrik::AppDelegate::applicationDidFinishLaunching,
                               Qt::QueuedConnection);
     status = QApplication::exec();
+    guard.watch({});
   }
   vorrik::L::install({});
-  return status;
+  return guard.finish(status);
 }
