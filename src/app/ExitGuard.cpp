@@ -131,6 +131,7 @@ int ExitGuard::finish(int status) {
   sigset_t only;
   sigemptyset(&only);
   sigaddset(&only, signo);
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): the worker has been joined; one thread is left
   sigprocmask(SIG_UNBLOCK, &only, nullptr);
   raise(signo);
   return 128 + signo;  // only if the default action did not end the process

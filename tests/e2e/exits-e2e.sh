@@ -26,6 +26,8 @@ ended() { ! state=$(ps -o stat= -p "$1") || [[ "$state" == Z* ]]; }
 stopped() { [[ "$(ps -o stat= -p "$1")" == T* ]]; }
 running() { [[ "$(ps -o stat= -p "$1")" != T* ]]; }
 held() { xinput query-state "Virtual core XTEST pointer" | grep -q 'button\[1\]=down'; }
+# The server may serve a new client before the last requests of one that just ended.
+released() { within 2 eval '! held'; }
 panel() { xdotool search --onlyvisible --name '^Vorrik$' | head -n 1; }
 unfocused() { [ "$(xdotool getwindowfocus 2>/dev/null)" != "$(panel)" ]; }
 pressed() { [ -e "$VORRIK_TEST_GATE/pressed" ]; }
@@ -36,8 +38,9 @@ start_pressed() {
   rm -f "$VORRIK_TEST_GATE/pressed"
   "$gated" 2>"$scratch/stderr" & pid=$!
   within 10 shown || { fail "no panel"; return 1; }
-  # F6 counts only while another window has the keyboard; here the root window takes it.
-  xdotool mousemove 400 400 windowfocus "$(xwininfo -root | awk '/Window id/ { print $4 }')"
+  # F6 counts only while another window has the keyboard; here the root window takes it. The
+  # clicks land on the root window too, away from the panel, as they would in another application.
+  xdotool mousemove 40 40 windowfocus "$(xwininfo -root | awk '/Window id/ { print $4 }')"
   within 5 unfocused || { fail "the panel kept the keyboard"; return 1; }
   sleep 0.5  # for Qt to hear of it
   xdotool key F6
@@ -67,7 +70,7 @@ trial() {
       kill -s TSTP "$pid"
       let_go
       within 10 stopped "$pid" || { fail "SIGTSTP did not stop Vorrik"; return 1; }
-      ! held || { fail "SIGTSTP: button 1 held while stopped"; kill -9 "$pid"; return 1; }
+      released || { fail "SIGTSTP: button 1 held while stopped"; kill -9 "$pid"; return 1; }
       kill -s CONT "$pid"
       within 10 running "$pid" || { fail "SIGCONT did not resume Vorrik"; return 1; }
       kill -s TERM "$pid"
@@ -81,11 +84,12 @@ trial() {
       grep -q '^vorrik: lost the connection to the display' "$scratch/stderr" ||
         { fail "killed connection: no message"; cat "$scratch/stderr" >&2; return 1; } ;;
   esac
-  ! held || { fail "$kind: button 1 left held"; xdotool mouseup 1; return 1; }
+  released || { fail "$kind: button 1 left held"; cat "$scratch/stderr" >&2; xdotool mouseup 1; return 1; }
 }
 
 # The X server killed in a press: status 1 and a message, no crash (run it under TSan too).
 server_dies() {
+  rm -f "$scratch/fd"
   mkfifo "$scratch/fd"
   Xvfb -displayfd 3 -nolisten tcp -noreset +extension XTEST +extension XInputExtension \
     3>"$scratch/fd" >"$scratch/xvfb.log" 2>&1 & local server=$!
@@ -115,6 +119,18 @@ no_display() {
   done
 }
 
+# SIGKILL cannot be caught: counts how often it leaves the button held, and how often the next
+# click from another XTEST client releases it. A measurement for the README, not a check.
+sigkill() {
+  start_pressed || return 1
+  kill -9 "$pid"
+  let_go
+  ends || return 1
+  if held; then killed_held=$((killed_held + 1)); fi
+  xdotool click 1
+  if ! held; then next_click_released=$((next_click_released + 1)); fi
+}
+
 kinds=(TERM INT HUP QUIT TSTP connection)
 if [ -z "$trials" ]; then
   no_display
@@ -123,13 +139,22 @@ if [ -z "$trials" ]; then
   echo PASS
   exit 0
 fi
-for kind in "${kinds[@]}" server; do
-  bad=0
+# EXIT_KINDS picks some of: TERM INT HUP QUIT TSTP connection server KILL.
+for kind in ${EXIT_KINDS:-${kinds[*]} server KILL}; do
+  bad=0 killed_held=0 next_click_released=0
   for _ in $(seq 1 "$trials"); do
-    if [ "$kind" = server ]; then server_dies || bad=$((bad + 1))
-    else trial "$kind" 2>>"$scratch/failures" || bad=$((bad + 1)); fi
+    case "$kind" in
+      server) server_dies || bad=$((bad + 1)) ;;
+      KILL) sigkill || bad=$((bad + 1)) ;;
+      *) trial "$kind" || bad=$((bad + 1)) ;;
+    esac
     kill -9 "$pid" 2>/dev/null || true
     wait "$pid" 2>/dev/null || true
   done
-  echo "$kind: $bad of $trials failed"
+  if [ "$kind" = KILL ]; then
+    echo "KILL: button held after $killed_held of $trials; the next click (xdotool) released" \
+      "it in $next_click_released"
+  else
+    echo "$kind: $bad of $trials failed"
+  fi
 done
