@@ -40,6 +40,13 @@ void onSignalled(int signo) {
   errno = saved;
 }
 
+// A signal ignored when Vorrik started stays ignored, as nohup and background jobs expect.
+bool ignoredAtStart(int signo) {
+  struct sigaction old {};
+  sigaction(signo, nullptr, &old);
+  return old.sa_handler == SIG_IGN;
+}
+
 void setHandler(int signo, void (*handler)(int)) {
   struct sigaction action {};
   action.sa_handler = handler;
@@ -68,9 +75,15 @@ ExitGuard::ExitGuard() {
   notifier_ = std::make_unique<QSocketNotifier>(readEnd, QSocketNotifier::Read);
   connect(notifier_.get(), &QSocketNotifier::activated, this, &ExitGuard::readSignals);
   for (const int signo : kQuitSignals) {
-    setHandler(signo, &onSignalled);
+    if (!ignoredAtStart(signo)) {
+      setHandler(signo, &onSignalled);
+      handled_.push_back(signo);
+    }
   }
-  setHandler(SIGTSTP, &onSignalled);
+  if (!ignoredAtStart(SIGTSTP)) {
+    setHandler(SIGTSTP, &onSignalled);
+    handled_.push_back(SIGTSTP);
+  }
 }
 
 ExitGuard::~ExitGuard() {
@@ -78,10 +91,9 @@ ExitGuard::~ExitGuard() {
   if (!notifier_) {
     return;
   }
-  for (const int signo : kQuitSignals) {
+  for (const int signo : handled_) {
     setHandler(signo, SIG_DFL);
   }
-  setHandler(SIGTSTP, SIG_DFL);
   notifier_.reset();
   close(signalPipe.exchange(-1));
   close(readEnd);

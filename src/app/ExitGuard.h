@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 class QSocketNotifier;
 
@@ -18,7 +19,8 @@ class ClickEngine;
 // - SIGTSTP waits for the click in progress to release, stops, and carries on at SIGCONT;
 // - an exit() from inside the event loop (Qt's xcb plugin reacts to a lost display connection
 //   so) first halts the engine, joining its worker, and says why on stderr.
-// Handlers only write the signal's number into a pipe that the event loop reads. Create one,
+// A signal ignored at start-up (nohup, a background job) stays ignored. Handlers only write the
+// signal's number into a pipe that the event loop reads. Create one,
 // on the main thread, once the QApplication exists.
 class ExitGuard final : public QObject {
  public:
@@ -42,6 +44,7 @@ class ExitGuard final : public QObject {
 
   std::function<ClickEngine*()> engine_;
   std::unique_ptr<QSocketNotifier> notifier_;
+  std::vector<int> handled_;
   int quitSignal_ = 0;
 };
 

@@ -36,7 +36,8 @@ let_go() { timeout 5 sh -c 'echo go >"$1"' - "$VORRIK_TEST_GATE/go" || true; }
 # Starts the gated Vorrik on display $DISPLAY and waits until its first press is held.
 start_pressed() {
   rm -f "$VORRIK_TEST_GATE/pressed"
-  "$gated" 2>"$scratch/stderr" & pid=$!
+  # A background job of a script starts with SIGINT and SIGQUIT ignored; a terminal's has not.
+  env --default-signal=INT,QUIT "$gated" 2>"$scratch/stderr" & pid=$!
   within 10 shown || { fail "no panel"; return 1; }
   # F6 counts only while another window has the keyboard; here the root window takes it. The
   # clicks land on the root window too, away from the panel, as they would in another application.
