@@ -20,6 +20,7 @@ struct Interrupt {
   const char* name;
   // Runs on the main thread while the worker holds its first press.
   std::function<void(EngineRig&)> act;
+  friend void PrintTo(const Interrupt& i, std::ostream* os) { *os << i.name; }
 };
 
 class Exits : public ::testing::TestWithParam<Interrupt> {};
