@@ -109,6 +109,7 @@ void AppDelegate::applicationDidFinishLaunching() {
   }
   buildMenu();
   panel_->installEventFilter(this);
+  QCoreApplication::instance()->installEventFilter(this);
   show();
 
   statusItem_ = std::make_unique<QSystemTrayIcon>(letterIcon());
@@ -161,6 +162,10 @@ void AppDelegate::popUpStatusMenu() {
 }
 
 bool AppDelegate::eventFilter(QObject* watched, QEvent* event) {
+  // Quitting closes every window first, whoever asked (Quit, a signal); those closes never ask.
+  if (watched == QCoreApplication::instance() && event->type() == QEvent::Quit) {
+    quitting_ = true;
+  }
   if (watched != panel_.get() || event->type() != QEvent::Close || quitting_ ||
       services_.trayAvailable()) {
     return QObject::eventFilter(watched, event);
@@ -322,7 +327,6 @@ void AppDelegate::hideApplication() {
 }
 
 void AppDelegate::quitApplication() {
-  quitting_ = true;
   QCoreApplication::quit();
 }
 

@@ -104,8 +104,7 @@ class AppDelegate final : public QObject {
   void checkTrust();
   void popUpStatusMenu();
   void hideApplication();
-  // Quitting closes every window first; the panel then closes without asking.
-  void quitApplication();
+  static void quitApplication();
   // Cut, copy, paste or select all in the panel's text field that has the keyboard.
   void editInPanel(const std::function<void(QLineEdit*)>& edit);
 

@@ -3,12 +3,15 @@
 // event loop.
 #include <QApplication>
 #include <QMetaObject>
+#include <QPointer>
 
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
+#include "app/ExitGuard.h"
 #include "app/LetterIcon.h"
 #include "app/SingleInstance.h"
 #include "l10n/L.h"
@@ -31,6 +34,13 @@ int refuseSession(int argc, char** argv, const vorrik::Session& session, const s
   if (session.waylandDisplay.empty() && session.display.empty()) {
     return 1;
   }
+  // The line above says it all: Qt's own complaints stay quiet, and a display the toolkit
+  // cannot open either ends Vorrik with status 1 instead of an abort.
+  qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString&) {
+    if (type == QtFatalMsg) {
+      std::_Exit(1);
+    }
+  });
   QApplication app(argc, argv);
   if (!session.isWayland()) {
     vorrik::AppDelegate::runAlertModally(
@@ -77,6 +87,9 @@ int main(int argc, char** argv) {
   QApplication::setQuitOnLastWindowClosed(
       vorrik::AppDelegate::applicationShouldTerminateAfterLastWindowClosed());
 
+  // Before anything clicks: every way out then releases the button first.
+  vorrik::ExitGuard guard;
+
   vorrik::applyDarkTheme(app);
 
   const std::unique_ptr<vorrik::Desktop> desktop = choice.backend->open(session);
@@ -86,16 +99,20 @@ int main(int argc, char** argv) {
 
   int status = 0;
   {
+    QPointer<vorrik::VorrikPanel> made;
     vorrik::AppDelegate delegate(
         {desktop->center(),
          desktop->trust(),
          desktop->settingsLink(),
          [&] {
-           return std::make_unique<vorrik::VorrikPanel>(vorrik::VorrikPanel::Services::from(
+           auto panel = std::make_unique<vorrik::VorrikPanel>(vorrik::VorrikPanel::Services::from(
                *desktop, sleeper, random, std::make_unique<vorrik::posix::WorkerTimer>()));
+           made = panel.get();
+           return panel;
          },
          {},
          {}});
+    guard.watch([&made]() -> vorrik::ClickEngine* { return made ? &made->engine() : nullptr; });
     QObject::connect(&instance, &vorrik::SingleInstance::commandReceived, &delegate,
                      [&delegate](vorrik::Command asked) { vorrik::perform(delegate, asked); });
     // Start-up runs once the event loop is going, as after a finished launch; then what this
@@ -109,7 +126,8 @@ int main(int argc, char** argv) {
     }
     instance.serve();
     status = QApplication::exec();
+    guard.watch({});
   }
   vorrik::L::install({});
-  return status;
+  return guard.finish(status);
 }

@@ -75,6 +75,26 @@ void ClickEngine::stop(std::optional<std::string> reason) {
   }
 }
 
+void ClickEngine::halt() {
+  std::unique_ptr<OneShotTimer> timer;
+  {
+    std::lock_guard lock(timerMutex_);
+    ++generation_;
+    running_.store(false);
+    // A tick that finishes meanwhile finds no timer to arm.
+    timer = std::move(timer_);
+    if (timer) {
+      timer->cancel();
+    }
+  }
+  // Waits for the tick in progress, as the destructor does.
+  timer.reset();
+}
+
+std::unique_lock<std::mutex> ClickEngine::holdClicks() {
+  return std::unique_lock(clickMutex_);
+}
+
 std::int64_t ClickEngine::nextDelayMs() {
   const std::int64_t base = std::clamp(intervalMs.load(), kIntervalFloorMs, kMaxDelayMs);
   const std::int64_t jitter = jitterMs.load();
@@ -161,6 +181,7 @@ bool ClickEngine::post(std::optional<ClickPoint> at) {
   const MouseButton button = type == ClickType::right ? MouseButton::right : MouseButton::left;
   const int clicks = type == ClickType::double_ ? 2 : 1;
   EventInjector& injector = ports_.injector;
+  const std::lock_guard click(clickMutex_);
 
   for (int state = 1; state <= clicks; ++state) {
     if (state > 1) {

@@ -75,6 +75,12 @@ class ClickEngine {
   void start();
   // Ends the run in progress and reports reason through onStop; does nothing when idle.
   void stop(std::optional<std::string> reason);
+  // Ends any run without a report and waits until a tick in progress has finished with its
+  // release; the engine clicks no more. For exits that cannot wait for the destructor.
+  void halt();
+  // Waits until the click in progress has released its button; no click begins until the
+  // returned lock is dropped.
+  [[nodiscard]] std::unique_lock<std::mutex> holdClicks();
 
  private:
   // The next delay: the interval (at least 50 ms) plus a jitter draw, at least 20 ms.
@@ -98,6 +104,8 @@ class ClickEngine {
   std::atomic<std::int64_t> pointIndex_{0};
   // Bumped by every start and stop, so a tick of an earlier run never re-arms the timer.
   std::atomic<std::uint64_t> generation_{0};
+  // Held by the worker from a click's press to its release.
+  std::mutex clickMutex_;
   // Main-thread tasks hold this weakly and do nothing once the engine is gone.
   std::shared_ptr<ClickEngine*> self_;
 };

@@ -53,6 +53,9 @@ class VorrikPanel : public QWidget {
   VorrikPanel(const VorrikPanel&) = delete;
   VorrikPanel& operator=(const VorrikPanel&) = delete;
 
+  // The panel's engine, for whoever must halt it before the process ends.
+  ClickEngine& engine() { return engine_; }
+
  public slots:  // NOLINT(readability-redundant-access-specifiers): moc needs the slot section
   // Shows the panel in front with the keyboard, as launching Vorrik or Show Vorrik asks; any
   // other click on it leaves the keyboard with the application being clicked.

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "platform/x11/X11Desktop.h"
 
+#include "platform/x11/X11Display.h"
+
 #include "platform/qt/QtServices.h"
 #include "platform/qt/QtSettingsLink.h"
 #include "platform/x11/X11Input.h"
 #include "platform/x11/X11InputMonitor.h"
 #include "platform/x11/X11Window.h"
-
-// Last: Xlib's macros clash with names in the Qt headers above.
-#include <X11/Xlib.h>
 
 namespace vorrik::x11 {
 namespace {
@@ -47,16 +46,12 @@ class X11Desktop final : public Desktop {
 }  // namespace
 
 std::optional<std::string> unfit(const Session& session) {
-  // Xlib is used from several threads; this must precede every connection.
-  XInitThreads();
   if (session.display.empty()) {
     return "no X display (DISPLAY is not set)";
   }
-  Display* display = XOpenDisplay(session.display.c_str());
-  if (display == nullptr) {
+  if (!openDisplay(session.display.c_str())) {
     return "the X display \"" + session.display + "\" does not open";
   }
-  XCloseDisplay(display);
   return std::nullopt;
 }
 

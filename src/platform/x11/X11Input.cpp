@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/x11/X11Input.h"
 
+#include "platform/x11/X11Display.h"
+
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
 
@@ -11,60 +13,11 @@
 #include <limits>
 #include <mutex>
 #include <set>
+#include <string_view>
 #include <utility>
 
 namespace vorrik::x11 {
 namespace {
-
-// The connections this file opened. Xlib's default reaction to a lost connection is to end the
-// process; for these it returns instead, and each connection then refuses further use.
-struct OwnDisplays {
-  std::mutex mutex;
-  std::set<Display*> displays;
-  XIOErrorHandler previous = nullptr;
-};
-
-OwnDisplays& ownDisplays() {
-  static OwnDisplays own;
-  return own;
-}
-
-int onIOError(Display* display) {
-  OwnDisplays& own = ownDisplays();
-  XIOErrorHandler previous = nullptr;
-  {
-    std::lock_guard lock(own.mutex);
-    if (own.displays.contains(display)) {
-      return 0;
-    }
-    previous = own.previous;
-  }
-  // Someone else's connection: whatever handled it before (Xlib's own reports it and exits).
-  return previous != nullptr ? previous(display) : 0;
-}
-
-// Xlib needs its global locks before the first connection when several threads use it.
-Display* openDisplay(const char* name) {
-  static std::once_flag ready;
-  std::call_once(ready, [] {
-    XInitThreads();
-    ownDisplays().previous = XSetIOErrorHandler(&onIOError);
-  });
-  Display* display = XOpenDisplay(name);
-  if (display != nullptr) {
-    std::lock_guard lock(ownDisplays().mutex);
-    ownDisplays().displays.insert(display);
-  }
-  return display;
-}
-
-void closeDisplay(Display* display) {
-  {
-    std::lock_guard lock(ownDisplays().mutex);
-    ownDisplays().displays.erase(display);
-  }
-  XCloseDisplay(display);
-}
 
 bool hasXTest(Display* display) {
   int eventBase = 0;
@@ -117,22 +70,14 @@ std::optional<ClickPoint> queryPointer(Display* display) {
 // ending the process, and nothing is sent on it afterwards.
 class Connection {
  public:
-  explicit Connection(const char* displayName) : display_(openDisplay(displayName)) {
-    if (display_ == nullptr) {
-      return;
-    }
-    XSetIOErrorExitHandler(display_, &Connection::lost, this);
-    xtest_ = hasXTest(display_);
-  }
-  ~Connection() {
-    if (display_ != nullptr) {
-      closeDisplay(display_);
+  explicit Connection(const char* displayName)
+      : display_(openDisplay(displayName, [this] { broken_.store(true); })) {
+    if (display_) {
+      xtest_ = hasXTest(display_.get());
     }
   }
-  Connection(const Connection&) = delete;
-  Connection& operator=(const Connection&) = delete;
 
-  [[nodiscard]] bool healthy() const { return display_ != nullptr && !broken_.load(); }
+  [[nodiscard]] bool healthy() const { return display_ && !broken_.load(); }
   [[nodiscard]] bool xtest() const { return xtest_; }
 
   // Runs use(display) under the lock while the connection is healthy; false when it is not.
@@ -142,19 +87,15 @@ class Connection {
     if (!healthy()) {
       return false;
     }
-    std::forward<Use>(use)(display_);
+    std::forward<Use>(use)(display_.get());
     return true;
   }
 
  private:
-  static void lost(Display* /*display*/, void* self) {
-    static_cast<Connection*>(self)->broken_.store(true);
-  }
-
   std::mutex mutex_;
-  Display* display_;
+  std::atomic<bool> broken_{false};  // before display_: its loss handler sets it
+  DisplayPtr display_;
   bool xtest_ = false;
-  std::atomic<bool> broken_{false};
 };
 
 X11Injector::X11Injector(const char* displayName)
@@ -235,13 +176,8 @@ bool X11Trust::isTrusted(bool /*prompt*/) {
   if (!wholeSession_) {
     return false;
   }
-  Display* display = openDisplay(displayName_ ? displayName_->c_str() : nullptr);
-  if (display == nullptr) {
-    return false;
-  }
-  const bool trusted = hasXTest(display);
-  closeDisplay(display);
-  return trusted;
+  const DisplayPtr display = openDisplay(displayName_ ? displayName_->c_str() : nullptr);
+  return display && hasXTest(display.get());
 }
 
 Refusal X11Trust::refusal() const {

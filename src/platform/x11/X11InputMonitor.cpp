@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/x11/X11InputMonitor.h"
 
+#include "platform/x11/X11Display.h"
+
 #include <QGuiApplication>
 #include <QMetaObject>
 #include <QSocketNotifier>
@@ -41,7 +43,8 @@ struct Observed {
 }  // namespace
 
 struct X11InputMonitor::Impl {
-  Display* display = nullptr;
+  DisplayPtr connection;
+  Display* display = nullptr;  // connection's, while it serves
   int xiOpcode = 0;
   bool xkb = false;
   std::unique_ptr<QSocketNotifier> notifier;
@@ -54,6 +57,8 @@ struct X11InputMonitor::Impl {
   std::deque<Observed> observed;
   std::uint64_t nextSerial = 0;
   bool dispatching = false;
+  // Set by the loss handler, which runs inside an Xlib call on the main thread.
+  bool lost = false;
 
   explicit Impl(const std::string& displayName);
   ~Impl();
@@ -73,23 +78,23 @@ struct X11InputMonitor::Impl {
 };
 
 X11InputMonitor::Impl::Impl(const std::string& displayName) {
-  if (!connect(displayName) && display != nullptr) {
-    XCloseDisplay(display);
+  if (!connect(displayName)) {
+    notifier.reset();
     display = nullptr;
+    connection.reset();
   }
 }
 
 X11InputMonitor::Impl::~Impl() {
   notifier.reset();
-  if (display != nullptr) {
-    XCloseDisplay(display);
-  }
 }
 
 bool X11InputMonitor::Impl::connect(const std::string& displayName) {
-  // Other backends use Xlib from several threads; this must precede any connection.
-  XInitThreads();
-  display = XOpenDisplay(displayName.empty() ? nullptr : displayName.c_str());
+  // A lost connection ends the monitoring, not the process: nothing is read from it again and
+  // available() answers false.
+  connection =
+      openDisplay(displayName.empty() ? nullptr : displayName.c_str(), [this] { lost = true; });
+  display = connection.get();
   if (display == nullptr) {
     return false;
   }
@@ -127,6 +132,9 @@ bool X11InputMonitor::Impl::connect(const std::string& displayName) {
   notifier = std::make_unique<QSocketNotifier>(ConnectionNumber(display), QSocketNotifier::Read);
   QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(), [this] {
     readQueued();
+    if (lost) {
+      notifier->setEnabled(false);
+    }
     dispatch();
   });
   return true;
@@ -140,7 +148,7 @@ void X11InputMonitor::Impl::loadPointerMap() {
 }
 
 std::optional<InputMonitor::Handle> X11InputMonitor::Impl::add(Monitor monitor) {
-  if (display == nullptr) {
+  if (display == nullptr || lost) {
     return std::nullopt;
   }
   // Collect every press the server generated before now, so that the new monitor starts after
@@ -263,7 +271,7 @@ X11InputMonitor::X11InputMonitor(const std::string& displayName)
 X11InputMonitor::~X11InputMonitor() = default;
 
 bool X11InputMonitor::available() const {
-  return impl_->display != nullptr;
+  return impl_->display != nullptr && !impl_->lost;
 }
 
 std::optional<InputMonitor::Handle> X11InputMonitor::addKeyMonitor(
