@@ -13,6 +13,10 @@ VORRIK_BUILD_PACKAGES=(
 VORRIK_TEST_PACKAGES=(
   xvfb xauth xdotool x11-utils xinput trayer imagemagick
   clang-format dpkg-dev file appstream
+  # Headless GNOME Shell with its desktop portal, for the portal backend (about 400 MiB).
+  gnome-shell mutter xdg-desktop-portal xdg-desktop-portal-gnome pipewire dbus-daemon dbus-bin
+  libglib2.0-bin fuse3
+  qt6-wayland
 )
 VORRIK_RUN_PACKAGES=(xvfb xauth)
 

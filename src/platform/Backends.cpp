@@ -3,12 +3,16 @@
 #include <array>
 
 #include "platform/Backend.h"
+#include "platform/portal/PortalDesktop.h"
 #include "platform/x11/X11Desktop.h"
 
 namespace vorrik {
 
 std::span<const Backend> availableBackends() {
   static const std::array kBackends{
+      // GNOME and KDE Plasma on Wayland: the portal's clicks reach every window; Xwayland's
+      // reach only X ones.
+      Backend{"portal", "wayland", &portal::unfit, &portal::openDesktop},
       Backend{"x11", "xcb", &x11::unfit, &x11::openDesktop},
   };
   return kBackends;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <mutex>
 
 #include "platform/AccessibilityTrust.h"
@@ -10,7 +11,10 @@ namespace vorrik::fake {
 class FakeTrust final : public AccessibilityTrust {
  public:
   bool isTrusted(bool prompt) override;
+  void setRevokedHandler(std::function<void()> handler) override;
   void setTrusted(bool trusted);
+  // Takes trust back as a desktop does: untrusted, and the revoked handler is called.
+  void revoke();
   // How often the system prompt was asked for.
   int prompts() const;
   int queries() const;
@@ -20,6 +24,7 @@ class FakeTrust final : public AccessibilityTrust {
   bool trusted_ = true;
   int prompts_ = 0;
   int queries_ = 0;
+  std::function<void()> revoked_;
 };
 
 }  // namespace vorrik::fake
