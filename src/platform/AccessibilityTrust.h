@@ -14,6 +14,8 @@ class AccessibilityTrust {
   virtual bool isTrusted(bool prompt) = 0;
   // Calls handler on the main thread whenever trust given earlier is taken back, replacing the
   // handler set before (an empty one clears it); where trust is never taken back, never.
+  // By value, as the overrides keep it.
+  // NOLINTNEXTLINE(performance-unnecessary-value-param)
   virtual void setRevokedHandler(std::function<void()> /*handler*/) {}
 };
 

@@ -34,14 +34,16 @@ const QString kScreenCast = QStringLiteral("org.gnome.Mutter.ScreenCast");
 // Receives the stream's PipeWire node, after which absolute motion is mapped through it.
 class StreamWatch : public QObject {
   Q_OBJECT
- public:
-  bool added = false;
-  uint node = 0;
+
  public Q_SLOTS:
   void onAdded(uint id) {
     node = id;
     added = true;
   }
+
+ public:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
+  bool added = false;
+  uint node = 0;
 };
 
 std::optional<std::uint32_t> keysym(const QString& name) {

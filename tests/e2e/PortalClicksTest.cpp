@@ -187,7 +187,7 @@ class PortalClicksTest : public QObject {
     QCOMPARE(presses, expected);
   }
 
- private:
+ private:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
   // Sends one command to the hand and waits until mutter has taken it.
   void handDo(const QString& command) {
     const std::size_t before = hand_->count(QStringLiteral("ok"));
@@ -234,7 +234,7 @@ class PortalClicksTest : public QObject {
   }
 
   // Button events the receiver saw since the current run began.
-  std::vector<Seen> seen() const {
+  [[nodiscard]] std::vector<Seen> seen() const {
     std::vector<Seen> events;
     const std::vector<QString>& lines = receiver_->lines();
     for (std::size_t i = seenFrom_; i < lines.size(); ++i) {

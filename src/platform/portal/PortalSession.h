@@ -64,7 +64,7 @@ class PortalSession final : public QObject {
   // The session's Closed signal.
   void onClosed(const QVariantMap& details);
 
- private:
+ private:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
   enum class Step { none, create, select, start };
   // Sends method with args as a portal request whose answer comes through onResponse.
   bool request(Step step, const QString& method, QVariantList args, QVariantMap options);
