@@ -53,8 +53,9 @@ class PortalSession final : public QObject {
   // Called on the main thread when an ask ends: true when the session started.
   std::function<void(bool)> onAnswered;
 
-  // Pointer events for the started session; each does nothing when it is not started. The
-  // call goes out without waiting for a reply, in order with the others. Any thread.
+  // Pointer events for the started session; each does nothing when it is not started, and
+  // returns once the portal has passed it on, so that events arrive in the order sent. Any
+  // thread.
   void pointerButton(int evdevButton, bool pressed);
   void pointerMotion(double dx, double dy);
 
