@@ -15,6 +15,9 @@ VORRIK_TEST_PACKAGES=(
   xvfb xauth xdotool x11-utils xinput trayer imagemagick python3
   clang-format clang-tidy dpkg-dev file appstream
   sway qt6-wayland wtype
+  # Headless GNOME Shell with its desktop portal, for the portal backend (about 400 MiB).
+  gnome-shell mutter xdg-desktop-portal xdg-desktop-portal-gnome pipewire dbus-daemon dbus-bin
+  libglib2.0-bin fuse3
 )
 VORRIK_RUN_PACKAGES=(xvfb xauth qt6-wayland)
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
+
 namespace vorrik {
 
 // Why posted clicks would not reach the applications of this session; each has its own texts.
@@ -21,6 +23,11 @@ class AccessibilityTrust {
   virtual bool isTrusted(bool prompt) = 0;
   // What a false answer of isTrusted means on this session.
   [[nodiscard]] virtual Refusal refusal() const { return Refusal::noInjection; }
+  // Calls handler on the main thread whenever trust given earlier is taken back, replacing the
+  // handler set before (an empty one clears it); where trust is never taken back, never.
+  // By value, as the overrides keep it.
+  // NOLINTNEXTLINE(performance-unnecessary-value-param)
+  virtual void setRevokedHandler(std::function<void()> /*handler*/) {}
 };
 
 }  // namespace vorrik

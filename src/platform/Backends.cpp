@@ -3,6 +3,7 @@
 #include <array>
 
 #include "platform/Backend.h"
+#include "platform/portal/PortalDesktop.h"
 #include "platform/wlroots/WlrootsDesktop.h"
 #include "platform/x11/X11Desktop.h"
 
@@ -12,6 +13,8 @@ std::span<const Backend> availableBackends() {
   static const std::array kBackends{
       // A wlroots compositor's own clicks reach every window; Xwayland's reach only X ones.
       Backend{"wlroots", "wayland", &wlroots::unfit, &wlroots::openDesktop},
+      // GNOME and KDE Plasma on Wayland: the portal's clicks reach every window.
+      Backend{"portal", "wayland", &portal::unfit, &portal::openDesktop},
       Backend{"x11", "xcb", &x11::unfit, &x11::openDesktop},
   };
   return kBackends;

@@ -2,6 +2,7 @@
 // Another Wayland client for end-to-end tests: a full-screen Qt window that prints every button
 // event it receives, one line each, as Qt reports it:
 //   ready WIDTH HEIGHT | press|release|double left|right X Y MILLISECONDS | key NAME
+//   focus|blur: the window gained or lost the keyboard (a dialog over it takes it)
 // X and Y in output-layout pixels; milliseconds on the monotonic clock.
 #include <QApplication>
 #include <QKeyEvent>
@@ -23,6 +24,10 @@ double nowMs() {
 }
 
 class Receiver final : public QWidget {
+ public:
+  // So that the window itself takes the keyboard when it is activated, and says so.
+  Receiver() { setFocusPolicy(Qt::StrongFocus); }
+
  protected:
   bool event(QEvent* e) override {
     const char* what = nullptr;
@@ -47,6 +52,12 @@ class Receiver final : public QWidget {
       std::fflush(stdout);
     }
     return QWidget::event(e);
+  }
+  void focusInEvent(QFocusEvent* /*event*/) override { say("focus"); }
+  void focusOutEvent(QFocusEvent* /*event*/) override { say("blur"); }
+  static void say(const char* line) {
+    std::printf("%s\n", line);
+    std::fflush(stdout);
   }
   void keyPressEvent(QKeyEvent* e) override {
     std::printf("key %s\n", qPrintable(QKeySequence(e->key()).toString()));

@@ -219,6 +219,17 @@ TEST_F(EngineTest, StartWithoutTrustPromptsAndRefusesAtOnceKeepingTheLastCount) 
   EXPECT_EQ(engine.pointIndex(), 2);
 }
 
+TEST_F(EngineTest, TrustTakenBackStopsARunWithTheRefusalAndIsQuietWhenIdle) {
+  engine.start();
+  rig.tick();
+  rig.trust.revoke();
+  EXPECT_EQ(rig.log, (std::vector<std::string>{"tick 1", kAxNeeded}));
+  EXPECT_FALSE(engine.running());
+  EXPECT_FALSE(rig.timer->armed());
+  rig.trust.revoke();
+  EXPECT_EQ(rig.log.size(), 2U);
+}
+
 TEST_F(EngineTest, StartWhileRunningAndStopWhileIdleDoNothing) {
   engine.stop("Stopped");
   EXPECT_TRUE(rig.log.empty());

@@ -24,6 +24,23 @@ void FakeTrust::setRefusal(Refusal refusal) {
   refusal_ = refusal;
 }
 
+void FakeTrust::setRevokedHandler(std::function<void()> handler) {
+  std::lock_guard lock(mutex_);
+  revoked_ = std::move(handler);
+}
+
+void FakeTrust::revoke() {
+  std::function<void()> handler;
+  {
+    std::lock_guard lock(mutex_);
+    trusted_ = false;
+    handler = revoked_;
+  }
+  if (handler) {
+    handler();
+  }
+}
+
 void FakeTrust::setTrusted(bool trusted) {
   std::lock_guard lock(mutex_);
   trusted_ = trusted;

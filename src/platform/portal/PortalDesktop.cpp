@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+#include "platform/portal/PortalDesktop.h"
+
+#include <sys/stat.h>
+
+#include <QGuiApplication>
+#include <QObject>
+#include <QScreen>
+
+#include "platform/portal/PortalInput.h"
+#include "platform/portal/PortalSession.h"
+#include "platform/qt/QtServices.h"
+#include "platform/qt/QtSettingsLink.h"
+
+namespace vorrik::portal {
+namespace {
+
+// Whether the compositor's socket is there, found as Wayland clients find it: a name relative to
+// the runtime directory, or a path. A session bus may offer the portal to any session, so the
+// portal alone says nothing about this one.
+bool waylandSocketExists(const std::string& display) {
+  const std::string path =
+      display.front() == '/'
+          ? display
+          : qEnvironmentVariable("XDG_RUNTIME_DIR").toStdString() + "/" + display;
+  struct stat info {};
+  return stat(path.c_str(), &info) == 0 && S_ISSOCK(info.st_mode);
+}
+
+// Where no pick can tell a position: clients cannot read the global pointer on Wayland.
+class NoPointer final : public Pointer {
+ public:
+  std::optional<ClickPoint> position() override { return std::nullopt; }
+};
+
+// Members in the order they must be built: the Qt services and the store first, then the
+// session that keeps its restore token there, then what uses the session.
+class PortalDesktop final : public Desktop {
+ public:
+  explicit PortalDesktop(unsigned version)
+      : session_(defaults_, version), trust_(session_), injector_(session_) {
+    followPrimaryScreen();
+    QObject::connect(qApp, &QGuiApplication::primaryScreenChanged, &context_,
+                     [this] { followPrimaryScreen(); });
+  }
+
+  MainQueue& mainQueue() override { return mainQueue_; }
+  AccessibilityTrust& trust() override { return trust_; }
+  EventInjector& injector() override { return injector_; }
+  Pointer& clickPointer() override { return clickPointer_; }
+  Pointer& pickPointer() override { return pickPointer_; }
+  InputMonitor* input() override { return nullptr; }
+  WindowSystem* windows() override { return nullptr; }
+  SettingsLink& settingsLink() override { return settingsLink_; }
+  DefaultsStore& defaults() override { return defaults_; }
+  PreferredLanguages& preferredLanguages() override { return preferred_; }
+  NotificationCenter& center() override { return center_; }
+
+ private:
+  // The injector reaches picked points from the primary screen's corner.
+  void followPrimaryScreen() {
+    QScreen* screen = QGuiApplication::primaryScreen();
+    if (screen == nullptr) {
+      return;
+    }
+    injector_.setScreen(screen->geometry());
+    QObject::disconnect(screenWatch_);
+    screenWatch_ =
+        QObject::connect(screen, &QScreen::geometryChanged, &context_,
+                         [this](const QRect& geometry) { injector_.setScreen(geometry); });
+  }
+
+  qt::QtDefaultsStore defaults_;
+  qt::QtPreferredLanguages preferred_;
+  qt::QtNotificationCenter center_;
+  qt::QtMainQueue mainQueue_;
+  qt::QtSettingsLink settingsLink_;
+  PortalSession session_;
+  PortalTrust trust_;
+  PortalInjector injector_;
+  CursorPointer clickPointer_;
+  NoPointer pickPointer_;
+  QObject context_;
+  QMetaObject::Connection screenWatch_;
+};
+
+}  // namespace
+
+std::optional<std::string> unfit(const Session& session) {
+  if (session.waylandDisplay.empty()) {
+    return "no Wayland display (WAYLAND_DISPLAY is not set)";
+  }
+  if (!waylandSocketExists(session.waylandDisplay)) {
+    return "the Wayland display \"" + session.waylandDisplay + "\" does not answer";
+  }
+  if (!remoteDesktopVersion()) {
+    return "no desktop portal offers remote desktop on the session bus";
+  }
+  return std::nullopt;
+}
+
+std::unique_ptr<Desktop> openDesktop(const Session& /*session*/) {
+  return std::make_unique<PortalDesktop>(remoteDesktopVersion().value_or(1));
+}
+
+}  // namespace vorrik::portal

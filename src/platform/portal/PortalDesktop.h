@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/Backend.h"
+
+namespace vorrik::portal {
+
+// Why the portal backend cannot serve session (no Wayland display, or no desktop portal that
+// offers remote desktop), or nothing; asks the session bus once.
+std::optional<std::string> unfit(const Session& session);
+
+// Clicks through the portal's remote-desktop session, with the Qt main queue, settings,
+// languages and notifications; after the QApplication exists.
+std::unique_ptr<Desktop> openDesktop(const Session& session);
+
+}  // namespace vorrik::portal

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#include "platform/portal/PortalInput.h"
+
+#include <cmath>
+#include <utility>
+
+namespace vorrik::portal {
+namespace {
+
+// evdev button codes, as the portal takes them.
+constexpr int kButtonLeft = 0x110;
+constexpr int kButtonRight = 0x111;
+
+// Far enough to reach the corner from anywhere on any screen.
+constexpr double kBeyond = 1'000'000;
+
+}  // namespace
+
+void PortalInjector::setScreen(QRect screen) {
+  std::lock_guard lock(mutex_);
+  screen_ = screen;
+}
+
+std::optional<MouseEvent> PortalInjector::make(MouseAction action, MouseButton button,
+                                               std::optional<ClickPoint> at) {
+  if (session_.state() != PortalSession::State::started) {
+    return std::nullopt;
+  }
+  if (at) {
+    std::lock_guard lock(mutex_);
+    if (!std::isfinite(at->x) || !std::isfinite(at->y) ||
+        !QRectF(screen_).contains(std::round(at->x), std::round(at->y))) {
+      return std::nullopt;
+    }
+  }
+  return MouseEvent{action, button, at, 1};
+}
+
+void PortalInjector::post(const MouseEvent& event) {
+  if (event.action == MouseAction::down && event.clickState == 1 && event.at) {
+    QRect screen;
+    {
+      std::lock_guard lock(mutex_);
+      screen = screen_;
+    }
+    // QRect's right() and bottom() are the last pixel's, where the pointer stops.
+    session_.pointerMotion(kBeyond, kBeyond);
+    session_.pointerMotion(std::round(event.at->x) - screen.right(),
+                           std::round(event.at->y) - screen.bottom());
+  }
+  session_.pointerButton(event.button == MouseButton::right ? kButtonRight : kButtonLeft,
+                         event.action == MouseAction::down);
+}
+
+PortalTrust::PortalTrust(PortalSession& session) : session_(session) {
+  session_.onRevoked = [this] {
+    if (revoked_) {
+      revoked_();
+    }
+  };
+}
+
+bool PortalTrust::isTrusted(bool prompt) {
+  const PortalSession::State state = session_.state();
+  if (state == PortalSession::State::started) {
+    return true;
+  }
+  if (prompt && state == PortalSession::State::idle) {
+    // No window handle the portal could use is at hand on Wayland; the dialog is then centred
+    // on its own, which is the desktop's choice for a request without a parent.
+    session_.ask();
+  }
+  return false;
+}
+
+void PortalTrust::setRevokedHandler(std::function<void()> handler) {
+  revoked_ = std::move(handler);
+}
+
+}  // namespace vorrik::portal

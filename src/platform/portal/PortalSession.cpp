@@ -1,0 +1,245 @@
+// SPDX-License-Identifier: MIT
+#include "platform/portal/PortalSession.h"
+
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusPendingCall>
+#include <QDBusPendingCallWatcher>
+#include <QDBusVariant>
+#include <QLoggingCategory>
+
+#include <utility>
+
+namespace vorrik::portal {
+namespace {
+
+Q_LOGGING_CATEGORY(lcPortal, "vorrik.portal")
+
+const QString kObject = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString kRequest = QStringLiteral("org.freedesktop.portal.Request");
+const QString kSession = QStringLiteral("org.freedesktop.portal.Session");
+constexpr const char* kRestoreTokenKey = "portalRestoreToken";
+// A desktop that does not answer an event within this is not clicking anyway.
+constexpr int kEventTimeoutMs = 1000;
+
+// Device types and persistence, as the RemoteDesktop portal numbers them.
+constexpr uint kPointer = 2;
+constexpr uint kPersistUntilRevoked = 2;
+
+QDBusMessage portalCall(const QString& interface, const QString& method) {
+  return QDBusMessage::createMethodCall(QString::fromLatin1(kPortalService), kObject, interface,
+                                        method);
+}
+
+}  // namespace
+
+std::optional<unsigned> remoteDesktopVersion() {
+  const QString name = QStringLiteral("vorrik-portal-probe");
+  std::optional<unsigned> version;
+  {
+    QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
+    QDBusMessage get =
+        portalCall(QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    get << QString::fromLatin1(kRemoteDesktop) << QStringLiteral("version");
+    const QDBusMessage reply = bus.call(get, QDBus::Block, 5000);
+    if (reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty()) {
+      const QVariant value = reply.arguments().constFirst().value<QDBusVariant>().variant();
+      bool ok = false;
+      const uint number = value.toUInt(&ok);
+      if (ok) {
+        version = number;
+      }
+    }
+  }
+  QDBusConnection::disconnectFromBus(name);
+  return version;
+}
+
+PortalSession::PortalSession(DefaultsStore& defaults, unsigned version)
+    : bus_(QDBusConnection::connectToBus(
+          QDBusConnection::SessionBus,
+          QStringLiteral("vorrik-portal-%1").arg(reinterpret_cast<quintptr>(this)))),
+      defaults_(defaults),
+      version_(version) {}
+
+PortalSession::~PortalSession() {
+  const QString name = bus_.name();
+  {
+    std::lock_guard lock(mutex_);
+    if (!session_.isEmpty()) {
+      bus_.send(QDBusMessage::createMethodCall(QString::fromLatin1(kPortalService), session_,
+                                               kSession, QStringLiteral("Close")));
+    }
+  }
+  bus_ = QDBusConnection(QString());
+  QDBusConnection::disconnectFromBus(name);
+}
+
+void PortalSession::ask(const QString& parentWindow) {
+  if (state_.load() != State::idle) {
+    return;
+  }
+  if (!bus_.isConnected()) {
+    qCWarning(lcPortal) << "no session bus:" << bus_.lastError().message();
+    answered(false);
+    return;
+  }
+  state_.store(State::asking);
+  parentWindow_ = parentWindow;
+  QVariantMap options{
+      {QStringLiteral("session_handle_token"), QStringLiteral("vorrik%1").arg(++counter_)}};
+  request(Step::create, QStringLiteral("CreateSession"), {}, options);
+}
+
+bool PortalSession::request(Step step, const QString& method, QVariantList args,
+                            QVariantMap options) {
+  // The portal answers on a request object whose path follows from our bus name and a token
+  // of our choosing; listening there before calling means no answer is missed.
+  const QString token = QStringLiteral("vorrik%1").arg(++counter_);
+  QString sender = bus_.baseService().mid(1);
+  sender.replace(QLatin1Char('.'), QLatin1Char('_'));
+  requestPath_ = kObject + QStringLiteral("/request/") + sender + QLatin1Char('/') + token;
+  // QtDBus connects signals by slot signature only.
+  bus_.connect(QString::fromLatin1(kPortalService), requestPath_, kRequest,
+               QStringLiteral("Response"), this, SLOT(onResponse(uint, QVariantMap)));
+  step_ = step;
+  options.insert(QStringLiteral("handle_token"), token);
+  QDBusMessage call = portalCall(QString::fromLatin1(kRemoteDesktop), method);
+  args.append(options);
+  call.setArguments(args);
+  auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
+  connect(watcher, &QDBusPendingCallWatcher::finished, this,
+          [this, step](QDBusPendingCallWatcher* done) {
+            done->deleteLater();
+            if (done->isError() && step_ == step) {
+              qCWarning(lcPortal) << "portal request failed:" << done->error().message();
+              answered(false);
+            }
+          });
+  return true;
+}
+
+void PortalSession::onResponse(uint response, const QVariantMap& results) {
+  bus_.disconnect(QString::fromLatin1(kPortalService), requestPath_, kRequest,
+                  QStringLiteral("Response"), this, SLOT(onResponse(uint, QVariantMap)));
+  const Step step = std::exchange(step_, Step::none);
+  if (response != 0) {
+    // 1: the user refused; 2: the desktop ended the dialog some other way.
+    qCInfo(lcPortal) << "remote desktop refused, response" << response;
+    answered(false);
+    return;
+  }
+  QString session;
+  {
+    std::lock_guard lock(mutex_);
+    session = session_;
+  }
+  switch (step) {
+    case Step::create: {
+      session = results.value(QStringLiteral("session_handle")).toString();
+      {
+        std::lock_guard lock(mutex_);
+        session_ = session;
+      }
+      bus_.connect(QString::fromLatin1(kPortalService), session, kSession, QStringLiteral("Closed"),
+                   this, SLOT(onClosed(QVariantMap)));
+      QVariantMap options{{QStringLiteral("types"), kPointer}};
+      if (version_ >= 2) {
+        options.insert(QStringLiteral("persist_mode"), kPersistUntilRevoked);
+        if (const auto token = defaults_.stringForKey(kRestoreTokenKey); token && !token->empty()) {
+          options.insert(QStringLiteral("restore_token"), QString::fromStdString(*token));
+        }
+      }
+      request(Step::select, QStringLiteral("SelectDevices"),
+              {QVariant::fromValue(QDBusObjectPath(session))}, options);
+      return;
+    }
+    case Step::select:
+      request(Step::start, QStringLiteral("Start"),
+              {QVariant::fromValue(QDBusObjectPath(session)), parentWindow_}, {});
+      return;
+    case Step::start: {
+      if ((results.value(QStringLiteral("devices")).toUInt() & kPointer) == 0) {
+        qCWarning(lcPortal) << "remote desktop started without a pointer";
+        answered(false);
+        return;
+      }
+      if (const QString token = results.value(QStringLiteral("restore_token")).toString();
+          !token.isEmpty()) {
+        defaults_.setString(kRestoreTokenKey, token.toStdString());
+      }
+      state_.store(State::started);
+      // The desktop drops buttons until the session has moved the pointer once; a motion by
+      // nothing moves nothing.
+      pointerMotion(0, 0);
+      answered(true);
+      return;
+    }
+    case Step::none:
+      return;
+  }
+}
+
+void PortalSession::onClosed(const QVariantMap& /*details*/) {
+  const bool wasStarted = state_.load() == State::started;
+  {
+    // Gone already: nothing to close.
+    std::lock_guard lock(mutex_);
+    session_.clear();
+  }
+  answered(false);
+  if (wasStarted && onRevoked) {
+    onRevoked();
+  }
+}
+
+void PortalSession::answered(bool started) {
+  if (!started) {
+    QString session;
+    {
+      std::lock_guard lock(mutex_);
+      session = std::exchange(session_, QString());
+    }
+    if (!session.isEmpty()) {
+      bus_.disconnect(QString::fromLatin1(kPortalService), session, kSession,
+                      QStringLiteral("Closed"), this, SLOT(onClosed(QVariantMap)));
+      bus_.send(QDBusMessage::createMethodCall(QString::fromLatin1(kPortalService), session,
+                                               kSession, QStringLiteral("Close")));
+    }
+    step_ = Step::none;
+    state_.store(State::idle);
+  }
+  if (onAnswered) {
+    onAnswered(started);
+  }
+}
+
+void PortalSession::send(const QString& method, const QVariantList& args) {
+  QString session;
+  {
+    // Not held during the call: the main thread must never wait for the worker's round trip.
+    std::lock_guard lock(mutex_);
+    session = session_;
+  }
+  if (state_.load() != State::started || session.isEmpty()) {
+    return;
+  }
+  QDBusMessage call = portalCall(QString::fromLatin1(kRemoteDesktop), method);
+  QVariantList all{QVariant::fromValue(QDBusObjectPath(session)), QVariantMap{}};
+  all.append(args);
+  call.setArguments(all);
+  // The portal handles each call on a thread of its own, so two calls sent back to back may
+  // reach the desktop in either order (a press overtook the motion before it in about one
+  // click in five, measured); only a call it has answered is known to have been passed on.
+  bus_.call(call, QDBus::Block, kEventTimeoutMs);
+}
+
+void PortalSession::pointerButton(int evdevButton, bool pressed) {
+  send(QStringLiteral("NotifyPointerButton"), {evdevButton, uint(pressed ? 1 : 0)});
+}
+
+void PortalSession::pointerMotion(double dx, double dy) {
+  send(QStringLiteral("NotifyPointerMotion"), {dx, dy});
+}
+
+}  // namespace vorrik::portal

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+// The desktop portal's remote-desktop session (org.freedesktop.portal.RemoteDesktop): the
+// desktop asks the user once, then this process may send pointer events until the session
+// closes. GNOME and KDE Plasma offer it; it is how an application clicks there.
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QString>
+#include <QVariantMap>
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "platform/DefaultsStore.h"
+
+namespace vorrik::portal {
+
+inline constexpr const char* kPortalService = "org.freedesktop.portal.Desktop";
+inline constexpr const char* kRemoteDesktop = "org.freedesktop.portal.RemoteDesktop";
+
+// The RemoteDesktop portal's version on the session bus, or nothing when no portal offers it.
+// Safe before the QCoreApplication exists.
+std::optional<unsigned> remoteDesktopVersion();
+
+// One remote-desktop session for the life of the process, asked for on the main thread and
+// used for pointer events from any thread. Requests travel on a connection of its own, and
+// so do the events: the portal takes them only from the connection that made the session.
+class PortalSession final : public QObject {
+  Q_OBJECT
+
+ public:
+  enum class State { idle, asking, started };
+
+  // defaults keeps the restore token where the portal offers one (version 2 and later).
+  PortalSession(DefaultsStore& defaults, unsigned version);
+  ~PortalSession() override;
+  PortalSession(const PortalSession&) = delete;
+  PortalSession& operator=(const PortalSession&) = delete;
+
+  // Asks the desktop for the session unless it is started or being asked for; the desktop may
+  // show its consent dialog over parentWindow (a portal window handle, or empty). Main thread.
+  void ask(const QString& parentWindow = {});
+  // Where the session stands; any thread.
+  [[nodiscard]] State state() const { return state_.load(); }
+  // Called on the main thread when a started session ends without this process ending it (the
+  // user or the desktop revoked it); the next ask() asks again.
+  std::function<void()> onRevoked;
+  // Called on the main thread when an ask ends: true when the session started.
+  std::function<void(bool)> onAnswered;
+
+  // Pointer events for the started session; each does nothing when it is not started, and
+  // returns once the portal has passed it on, so that events arrive in the order sent. Any
+  // thread.
+  void pointerButton(int evdevButton, bool pressed);
+  void pointerMotion(double dx, double dy);
+
+ private Q_SLOTS:
+  // The Response signal of the request in flight.
+  void onResponse(uint response, const QVariantMap& results);
+  // The session's Closed signal.
+  void onClosed(const QVariantMap& details);
+
+ private:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
+  enum class Step { none, create, select, start };
+  // Sends method with args as a portal request whose answer comes through onResponse.
+  bool request(Step step, const QString& method, QVariantList args, QVariantMap options);
+  void answered(bool started);
+  void send(const QString& method, const QVariantList& args);
+
+  QDBusConnection bus_;
+  DefaultsStore& defaults_;
+  unsigned version_;
+  QString parentWindow_;
+  Step step_ = Step::none;
+  QString requestPath_;
+  unsigned counter_ = 0;
+  std::atomic<State> state_{State::idle};
+  mutable std::mutex mutex_;
+  QString session_;  // guarded by mutex_: the worker reads it
+};
+
+}  // namespace vorrik::portal

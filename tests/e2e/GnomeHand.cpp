@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: MIT
+// The user's hand on a headless GNOME Shell: keys, pointer motion and buttons injected through
+// mutter's own remote-desktop interface, which asks nobody. Reads one command a line on stdin
+// and answers "ok" (or "error: why") on stdout when it has been delivered:
+//   key NAME|0xKEYSYM   press and release a key (Escape, Tab, Return, space, F6, Left, Right...)
+//   keydown NAME, keyup NAME
+//   move X Y            absolute pointer motion, in the monitor's logical pixels
+//   press BUTTON, release BUTTON, click BUTTON   (left or right)
+//   sleep MS
+//   node                the PipeWire node showing the monitor (for screenshots)
+// mutter ends the session when this process ends; the desktop's seat then has no keyboard,
+// and the focused window is told it lost the keyboard.
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusReply>
+#include <QDBusVariant>
+#include <QEventLoop>
+#include <QTextStream>
+#include <QThread>
+#include <QTimer>
+
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <optional>
+
+namespace {
+
+const QString kRemoteDesktop = QStringLiteral("org.gnome.Mutter.RemoteDesktop");
+const QString kScreenCast = QStringLiteral("org.gnome.Mutter.ScreenCast");
+
+// Receives the stream's PipeWire node, after which absolute motion is mapped through it.
+class StreamWatch : public QObject {
+  Q_OBJECT
+
+ public Q_SLOTS:
+  void onAdded(uint id) {
+    node = id;
+    added = true;
+  }
+
+ public:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
+  bool added = false;
+  uint node = 0;
+};
+
+std::optional<std::uint32_t> keysym(const QString& name) {
+  static const std::map<QString, std::uint32_t> kNames{
+      {QStringLiteral("Escape"), 0xff1b}, {QStringLiteral("Tab"), 0xff09},
+      {QStringLiteral("Return"), 0xff0d}, {QStringLiteral("space"), 0x20},
+      {QStringLiteral("F6"), 0xffc3},     {QStringLiteral("Left"), 0xff51},
+      {QStringLiteral("Up"), 0xff52},     {QStringLiteral("Right"), 0xff53},
+      {QStringLiteral("Down"), 0xff54},   {QStringLiteral("Shift_L"), 0xffe1},
+      {QStringLiteral("Super_L"), 0xffeb}};
+  if (const auto it = kNames.find(name); it != kNames.end()) {
+    return it->second;
+  }
+  bool ok = false;
+  const uint value = name.toUInt(&ok, 0);
+  return ok ? std::optional<std::uint32_t>(value) : std::nullopt;
+}
+
+// evdev codes, as the remote-desktop interface takes them.
+std::optional<int> button(const QString& name) {
+  if (name == QStringLiteral("left")) {
+    return 0x110;
+  }
+  if (name == QStringLiteral("right")) {
+    return 0x111;
+  }
+  return std::nullopt;
+}
+
+class Hand {
+ public:
+  // Empty on success, else why the session did not start.
+  QString open() {
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    QDBusReply<QDBusObjectPath> session = bus.call(QDBusMessage::createMethodCall(
+        kRemoteDesktop, QStringLiteral("/org/gnome/Mutter/RemoteDesktop"), kRemoteDesktop,
+        QStringLiteral("CreateSession")));
+    if (!session.isValid()) {
+      return session.error().message();
+    }
+    session_ = session.value().path();
+    QDBusMessage idCall = QDBusMessage::createMethodCall(
+        kRemoteDesktop, session_, QStringLiteral("org.freedesktop.DBus.Properties"),
+        QStringLiteral("Get"));
+    idCall << kRemoteDesktop + QStringLiteral(".Session") << QStringLiteral("SessionId");
+    QDBusReply<QDBusVariant> id = bus.call(idCall);
+    if (!id.isValid()) {
+      return id.error().message();
+    }
+    QDBusMessage castCall =
+        QDBusMessage::createMethodCall(kScreenCast, QStringLiteral("/org/gnome/Mutter/ScreenCast"),
+                                       kScreenCast, QStringLiteral("CreateSession"));
+    castCall << QVariantMap{{QStringLiteral("remote-desktop-session-id"), id.value().variant()}};
+    QDBusReply<QDBusObjectPath> cast = bus.call(castCall);
+    if (!cast.isValid()) {
+      return cast.error().message();
+    }
+    // An empty connector names the primary monitor.
+    QDBusMessage recordCall = QDBusMessage::createMethodCall(
+        kScreenCast, cast.value().path(), kScreenCast + QStringLiteral(".Session"),
+        QStringLiteral("RecordMonitor"));
+    recordCall << QString() << QVariantMap{};
+    QDBusReply<QDBusObjectPath> stream = bus.call(recordCall);
+    if (!stream.isValid()) {
+      return stream.error().message();
+    }
+    stream_ = stream.value().path();
+    bus.connect(kScreenCast, stream_, kScreenCast + QStringLiteral(".Stream"),
+                QStringLiteral("PipeWireStreamAdded"), &watch_, SLOT(onAdded(uint)));
+    if (QString why = call(QStringLiteral("Start"), {}); !why.isEmpty()) {
+      return why;
+    }
+    QEventLoop loop;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+      if (watch_.added) {
+        loop.quit();
+      }
+    });
+    QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+    poll.start(10);
+    loop.exec();
+    if (!watch_.added) {
+      return QStringLiteral("no PipeWire stream (is pipewire running?)");
+    }
+    // mutter lets the first event of each new device go by without effect: one of each here.
+    // The new devices reach the clients (a seat without a keyboard gains one) a moment after
+    // the session starts; events sent before are lost.
+    QThread::msleep(300);
+    return call(QStringLiteral("NotifyPointerMotionRelative"), {0.0, 0.0});
+  }
+
+  // Empty when done, else why not.
+  QString run(const QString& line) {
+    const QStringList words = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    if (words.isEmpty()) {
+      return {};
+    }
+    const QString& verb = words[0];
+    if ((verb == QStringLiteral("key") || verb == QStringLiteral("keydown") ||
+         verb == QStringLiteral("keyup")) &&
+        words.size() == 2) {
+      const std::optional<std::uint32_t> sym = keysym(words[1]);
+      if (!sym) {
+        return QStringLiteral("unknown key");
+      }
+      const QString method = QStringLiteral("NotifyKeyboardKeysym");
+      QString why;
+      if (verb != QStringLiteral("keyup")) {
+        why += call(method, {uint(*sym), true});
+      }
+      if (verb != QStringLiteral("keydown")) {
+        why += call(method, {uint(*sym), false});
+      }
+      return why;
+    }
+    if (verb == QStringLiteral("move") && words.size() == 3) {
+      return call(QStringLiteral("NotifyPointerMotionAbsolute"),
+                  {stream_, words[1].toDouble(), words[2].toDouble()});
+    }
+    if ((verb == QStringLiteral("press") || verb == QStringLiteral("release") ||
+         verb == QStringLiteral("click")) &&
+        words.size() == 2) {
+      const std::optional<int> code = button(words[1]);
+      if (!code) {
+        return QStringLiteral("unknown button");
+      }
+      const QString method = QStringLiteral("NotifyPointerButton");
+      QString why;
+      if (verb != QStringLiteral("release")) {
+        why += call(method, {*code, true});
+      }
+      if (verb == QStringLiteral("click")) {
+        QThread::msleep(20);
+      }
+      if (verb != QStringLiteral("press")) {
+        why += call(method, {*code, false});
+      }
+      return why;
+    }
+    if (verb == QStringLiteral("node") && words.size() == 1) {
+      // The PipeWire node of the monitor's stream, for a screenshot while a test is written.
+      QTextStream(stdout) << "node " << watch_.node << Qt::endl;
+      return {};
+    }
+    if (verb == QStringLiteral("sleep") && words.size() == 2) {
+      QThread::msleep(words[1].toULong());
+      return {};
+    }
+    return QStringLiteral("unknown command");
+  }
+
+ private:
+  // A synchronous call, so that "ok" means mutter has taken the event.
+  QString call(const QString& method, const QVariantList& args) {
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        kRemoteDesktop, session_, kRemoteDesktop + QStringLiteral(".Session"), method);
+    message.setArguments(args);
+    const QDBusMessage reply = QDBusConnection::sessionBus().call(message);
+    return reply.type() == QDBusMessage::ErrorMessage ? reply.errorMessage() : QString();
+  }
+
+  QString session_;
+  QString stream_;
+  StreamWatch watch_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QCoreApplication app(argc, argv);
+  Hand hand;
+  if (const QString why = hand.open(); !why.isEmpty()) {
+    std::fprintf(stderr, "gnome_hand: %s\n", qPrintable(why));
+    return 1;
+  }
+  QTextStream in(stdin);
+  QTextStream out(stdout);
+  QString line;
+  int status = 0;
+  while (in.readLineInto(&line)) {
+    if (const QString why = hand.run(line); why.isEmpty()) {
+      out << "ok" << Qt::endl;
+    } else {
+      out << "error: " << why << Qt::endl;
+      status = 1;
+    }
+  }
+  return status;
+}
+
+#include "GnomeHand.moc"

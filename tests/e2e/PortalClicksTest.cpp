@@ -1,0 +1,279 @@
+// SPDX-License-Identifier: MIT
+// The click engine with the portal backend on a private headless GNOME Shell (with-gnome.sh):
+// the desktop's consent dialog refused with Escape and then accepted as a user would, through
+// gnome_hand (mutter's own input, which asks nobody); then real clicks through the portal into
+// a full-screen Qt Wayland window, at the cursor and at given points, counted and placed
+// exactly. Time bounds are generous; bench/ measures precision.
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/ClickEngine.h"
+#include "l10n/L.h"
+#include "platform/Backend.h"
+#include "platform/posix/PosixServices.h"
+
+namespace vorrik {
+namespace {
+
+constexpr int kTimeoutMs = 15000;
+const QStringList kFocus{QStringLiteral("focus"), QStringLiteral("blur")};
+
+// A child process that talks in lines on stdout, kept as they arrive.
+class LineChild {
+ public:
+  explicit LineChild(const QString& program) {
+    QObject::connect(&process_, &QProcess::readyReadStandardOutput, &process_, [this] {
+      while (process_.canReadLine()) {
+        lines_.push_back(QString::fromUtf8(process_.readLine()).trimmed());
+      }
+    });
+    process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process_.start(program, {});
+  }
+  ~LineChild() {
+    process_.closeWriteChannel();
+    process_.terminate();
+    process_.waitForFinished(3000);
+  }
+  LineChild(const LineChild&) = delete;
+  LineChild& operator=(const LineChild&) = delete;
+
+  [[nodiscard]] const std::vector<QString>& lines() const { return lines_; }
+  [[nodiscard]] std::size_t count(const QString& line) const {
+    return static_cast<std::size_t>(std::count(lines_.begin(), lines_.end(), line));
+  }
+  // The last line that is one of these, or an empty one.
+  [[nodiscard]] QString last(const QStringList& among) const {
+    const auto found = std::find_if(lines_.rbegin(), lines_.rend(),
+                                    [&](const QString& line) { return among.contains(line); });
+    return found == lines_.rend() ? QString() : *found;
+  }
+  void write(const QString& line) { process_.write((line + QLatin1Char('\n')).toUtf8()); }
+
+ private:
+  QProcess process_;
+  std::vector<QString> lines_;
+};
+
+// One button event the receiver saw.
+struct Seen {
+  QString what;  // press, release or double
+  QString button;
+  double x = 0;
+  double y = 0;
+};
+
+}  // namespace
+
+class PortalClicksTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void initTestCase() {
+    QVERIFY(config_.isValid());
+    qputenv("XDG_CONFIG_HOME", config_.path().toUtf8());
+    const Session session = Session::fromEnvironment();
+    const BackendChoice choice = chooseBackend(session, availableBackends());
+    QVERIFY2(choice.backend != nullptr, choice.why.c_str());
+    QCOMPARE(QString::fromLatin1(choice.backend->name), QStringLiteral("portal"));
+    desktop_ = choice.backend->open(session);
+    desktop_->defaults().setString(L::kLangKey, "en");
+    L::install({&desktop_->defaults(), &desktop_->preferredLanguages(), &desktop_->center()});
+
+    receiver_ = std::make_unique<LineChild>(qEnvironmentVariable("VORRIK_WAYLAND_RECEIVER"));
+    QTRY_COMPARE_WITH_TIMEOUT(receiver_->count(QStringLiteral("ready 1280 800")), 1U, kTimeoutMs);
+    // The seat has a keyboard while the hand is there: the receiver has it then.
+    hand_ = std::make_unique<LineChild>(qEnvironmentVariable("VORRIK_GNOME_HAND"));
+    QTRY_COMPARE_WITH_TIMEOUT(receiver_->last(kFocus), QStringLiteral("focus"), kTimeoutMs);
+
+    engine_ = std::make_unique<ClickEngine>(
+        ClickEngine::Ports{desktop_->mainQueue(), desktop_->trust(), desktop_->injector(),
+                           desktop_->clickPointer(), sleeper_, random_},
+        std::make_unique<posix::WorkerTimer>());
+    engine_->onStop = [this](const std::optional<std::string>& reason) {
+      stops_.push_back(reason.value_or("-"));
+    };
+  }
+
+  void cleanupTestCase() {
+    engine_.reset();
+    hand_.reset();
+    receiver_.reset();
+    desktop_.reset();
+    L::install({});
+  }
+
+  void refusalRefusesTheRunAndTheNextStartAsksAgain() {
+    // Start asks; the run is refused at once with the permission line, whatever the answer.
+    engine_->start();
+    QCOMPARE(stops_, std::vector<std::string>{L::t("ax_needed")});
+    QVERIFY(!engine_->running());
+    waitForDialog();
+    refuse();
+    if (QTest::currentTestFailed()) {
+      return;
+    }
+    QTest::qWait(300);
+    QVERIFY(!desktop_->trust().isTrusted(false));
+    engine_->start();
+    QCOMPARE(stops_.size(), 2U);
+    QVERIFY(!engine_->running());
+    waitForDialog();
+    accept();
+    if (QTest::currentTestFailed()) {
+      return;
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(desktop_->trust().isTrusted(false), kTimeoutMs);
+    QVERIFY2(seen().empty(), "no click while the desktop was asking");
+  }
+
+  void clicksAtTheCursorLandThereCountedExactly_data() {
+    QTest::addColumn<ClickType>("type");
+    QTest::addColumn<int>("count");
+    QTest::addColumn<int>("intervalMs");
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<int>("doubles");
+    // Far enough apart that the receiver merges no two clicks into a double click.
+    QTest::newRow("left") << ClickType::left << 5 << 600 << "left" << 0;
+    QTest::newRow("right") << ClickType::right << 3 << 600 << "right" << 0;
+    QTest::newRow("double") << ClickType::double_ << 3 << 600 << "left" << 3;
+  }
+
+  void clicksAtTheCursorLandThereCountedExactly() {
+    QFETCH(ClickType, type);
+    QFETCH(int, count);
+    QFETCH(int, intervalMs);
+    QFETCH(QString, button);
+    QFETCH(int, doubles);
+    handDo(QStringLiteral("move 333 222"));
+    run(type, count, intervalMs, {});
+    const int presses = type == ClickType::double_ ? 2 * count : count;
+    int pressed = 0;
+    int released = 0;
+    int doubled = 0;
+    for (const Seen& event : seen()) {
+      QCOMPARE(event.button, button);
+      QCOMPARE(QPointF(event.x, event.y), QPointF(333, 222));
+      // A widget receives the second press of a double click as the double click itself.
+      pressed +=
+          event.what == QStringLiteral("press") || event.what == QStringLiteral("double") ? 1 : 0;
+      released += event.what == QStringLiteral("release") ? 1 : 0;
+      doubled += event.what == QStringLiteral("double") ? 1 : 0;
+    }
+    QCOMPARE(pressed, presses);
+    QCOMPARE(released, presses);
+    QCOMPARE(doubled, doubles);
+  }
+
+  void clicksAtGivenPointsLandExactlyInTurn() {
+    // The corners' pixels and a point between pixels; the pointer starts elsewhere.
+    handDo(QStringLiteral("move 900 100"));
+    const std::vector<ClickPoint> points{{1279, 799}, {0, 799}, {640.4, 400.6}, {0, 0}, {1279, 0}};
+    run(ClickType::left, 8, 100, points);
+    std::vector<QPointF> presses;
+    for (const Seen& event : seen()) {
+      if (event.what == QStringLiteral("press")) {
+        presses.emplace_back(event.x, event.y);
+      }
+    }
+    const std::vector<QPointF> expected{{1279, 799}, {0, 799},    {640, 401}, {0, 0},
+                                        {1279, 0},   {1279, 799}, {0, 799},   {640, 401}};
+    QCOMPARE(presses, expected);
+  }
+
+ private:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
+  // Sends one command to the hand and waits until mutter has taken it.
+  void handDo(const QString& command) {
+    const std::size_t before = hand_->count(QStringLiteral("ok"));
+    hand_->write(command);
+    QTRY_VERIFY_WITH_TIMEOUT(hand_->count(QStringLiteral("ok")) == before + 1, kTimeoutMs);
+  }
+
+  // The dialog takes the keyboard from the receiver when it opens, and gives it back.
+  void waitForDialog() {
+    QTRY_COMPARE_WITH_TIMEOUT(receiver_->last(kFocus), QStringLiteral("blur"), kTimeoutMs);
+    // Its controls take input once it has been drawn.
+    QTest::qWait(1000);
+  }
+  void waitForDialogGone() {
+    QTRY_COMPARE_WITH_TIMEOUT(receiver_->last(kFocus), QStringLiteral("focus"), kTimeoutMs);
+  }
+
+  // Escape; again when the dialog was not taking keys yet, which happens under the sanitizers.
+  void refuse() {
+    for (int attempt = 0; attempt < 3 && receiver_->last(kFocus) != QStringLiteral("focus");
+         ++attempt) {
+      handDo(QStringLiteral("key Escape"));
+      (void)QTest::qWaitFor([this] { return receiver_->last(kFocus) == QStringLiteral("focus"); },
+                            3000);
+    }
+    waitForDialogGone();
+  }
+
+  // "Allow remote interaction", then Share: where GNOME 43 draws them on a 1280x800 screen.
+  void accept() {
+    handDo(QStringLiteral("move 819 340"));
+    handDo(QStringLiteral("move 820 340"));
+    handDo(QStringLiteral("click left"));
+    QTest::qWait(300);
+    handDo(QStringLiteral("move 843 289"));
+    handDo(QStringLiteral("click left"));
+    if (!QTest::qWaitFor([this] { return receiver_->last(kFocus) == QStringLiteral("focus"); },
+                         kTimeoutMs)) {
+      qWarning() << "the dialog stayed; the receiver saw" << receiver_->lines();
+    }
+    waitForDialogGone();
+  }
+
+  // One run of count clicks, to its end; the receiver's events from before are forgotten.
+  void run(ClickType type, int count, int intervalMs, const std::vector<ClickPoint>& points) {
+    QVERIFY(desktop_->trust().isTrusted(false));
+    seenFrom_ = receiver_->lines().size();
+    stops_.clear();
+    engine_->clickType = type;
+    engine_->intervalMs = intervalMs;
+    engine_->maxClicks = count;
+    engine_->points.assign(points);
+    engine_->start();
+    QVERIFY(engine_->running());
+    QTRY_VERIFY_WITH_TIMEOUT(!stops_.empty(), kTimeoutMs);
+    QCOMPARE(stops_, std::vector<std::string>{L::t("done", {{"n", std::to_string(count)}})});
+    // The last release travels after the stop.
+    QTest::qWait(300);
+  }
+
+  // Button events the receiver saw since the current run began.
+  [[nodiscard]] std::vector<Seen> seen() const {
+    std::vector<Seen> events;
+    const std::vector<QString>& lines = receiver_->lines();
+    for (std::size_t i = seenFrom_; i < lines.size(); ++i) {
+      const QStringList words = lines[i].split(QLatin1Char(' '));
+      if (words.size() == 5) {
+        events.push_back({words[0], words[1], words[2].toDouble(), words[3].toDouble()});
+      }
+    }
+    return events;
+  }
+
+  QTemporaryDir config_;
+  std::unique_ptr<Desktop> desktop_;
+  std::unique_ptr<LineChild> receiver_;
+  std::unique_ptr<LineChild> hand_;
+  posix::MonotonicSleeper sleeper_;
+  posix::SystemRandom random_;
+  std::unique_ptr<ClickEngine> engine_;
+  std::vector<std::string> stops_;
+  std::size_t seenFrom_ = 0;
+};
+
+}  // namespace vorrik
+
+QTEST_MAIN(vorrik::PortalClicksTest)
+#include "PortalClicksTest.moc"

@@ -1,0 +1,152 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Runs a command on a private headless GNOME Shell (Wayland only) with its desktop portal, then
+# stops everything.
+#   with-gnome.sh [--hand PATH] [--size WxH] -- command args...
+# The command runs inside a private D-Bus session with a private HOME, XDG_RUNTIME_DIR and
+# system bus, and finds WAYLAND_DISPLAY, XDG_CURRENT_DESKTOP=GNOME, the running PipeWire and
+# the RemoteDesktop portal answering. --hand names the gnome_hand test program, used to leave
+# the overview the shell starts in; without it the overview stays open. DISPLAY is unset.
+set -euo pipefail
+
+size="1280x800"
+hand=""
+while [ $# -gt 0 ]; do
+  case "$1" in
+    --hand) hand="$2"; shift 2 ;;
+    --size) size="$2"; shift 2 ;;
+    --) shift; break ;;
+    *) break ;;
+  esac
+done
+[ $# -gt 0 ] || { echo "usage: $0 [--hand PATH] [--size WxH] -- command..." >&2; exit 2; }
+
+for tool in dbus-run-session dbus-daemon gnome-shell pipewire gdbus fusermount3; do
+  command -v "$tool" >/dev/null || { echo "$tool is not installed (run scripts/test once)" >&2; exit 1; }
+done
+portal=/usr/libexec/xdg-desktop-portal
+portal_gnome=/usr/libexec/xdg-desktop-portal-gnome
+for tool in "$portal" "$portal_gnome"; do
+  [ -x "$tool" ] || { echo "$tool is not installed (run scripts/test once)" >&2; exit 1; }
+done
+
+# Everything below runs once more inside its own session bus.
+if [ -z "${VORRIK_GNOME_INNER:-}" ]; then
+  export VORRIK_GNOME_INNER=1
+  exec dbus-run-session -- "$0" --hand "$hand" --size "$size" -- "$@"
+fi
+unset VORRIK_GNOME_INNER
+
+tmp=$(mktemp -d)
+chmod 700 "$tmp"
+pids=()
+cleanup() {
+  local i
+  # Newest first: the portals before the shell, the shell before the buses it uses.
+  for ((i = ${#pids[@]} - 1; i >= 0; i--)); do kill "${pids[$i]}" 2>/dev/null || true; done
+  for ((i = ${#pids[@]} - 1; i >= 0; i--)); do wait "${pids[$i]}" 2>/dev/null || true; done
+  # The document portal, which the bus started for xdg-desktop-portal, mounts a FUSE file
+  # system in the runtime directory.
+  fusermount3 -u -z "$tmp/run/doc" 2>/dev/null || true
+  rm -rf "$tmp" 2>/dev/null || true
+}
+trap cleanup EXIT INT TERM
+
+fail() {
+  echo "with-gnome: $1" >&2
+  for log in "$tmp"/*.log; do
+    [ -s "$log" ] || continue
+    echo "--- $(basename "$log")" >&2
+    tail -n 30 "$log" >&2
+  done
+  exit 1
+}
+
+# until SECONDS COMMAND...: retries the command every 50 ms until it succeeds or time runs out.
+until_ok() {
+  local deadline=$((SECONDS + $1))
+  shift
+  until "$@" >/dev/null 2>&1; do
+    [ $SECONDS -lt $deadline ] || return 1
+    sleep 0.05
+  done
+}
+
+export HOME="$tmp/home"
+export XDG_RUNTIME_DIR="$tmp/run"
+export XDG_CONFIG_HOME="$HOME/.config" XDG_DATA_HOME="$HOME/.local/share" XDG_CACHE_HOME="$HOME/.cache"
+mkdir -p "$HOME" "$XDG_RUNTIME_DIR" "$XDG_CONFIG_HOME"
+chmod 700 "$XDG_RUNTIME_DIR"
+export XDG_CURRENT_DESKTOP=GNOME XDG_SESSION_TYPE=wayland XDG_SESSION_DESKTOP=gnome
+unset DISPLAY WAYLAND_DISPLAY
+# No accessibility bus, no GVfs daemons: nothing here needs them and they only slow start-up.
+export NO_AT_BRIDGE=1 GTK_A11Y=none GIO_USE_VFS=local
+
+# The shell wants a system bus to watch for logind and friends; an empty one does.
+cat >"$tmp/system.conf" <<EOF
+<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-BUS Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>system</type>
+  <listen>unix:path=$tmp/system_bus_socket</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow user="*"/>
+    <allow own="*"/>
+    <allow send_destination="*"/>
+    <allow receive_sender="*"/>
+  </policy>
+</busconfig>
+EOF
+dbus-daemon --config-file="$tmp/system.conf" --nofork --nopidfile >"$tmp/system-bus.log" 2>&1 &
+pids+=($!)
+export DBUS_SYSTEM_BUS_ADDRESS="unix:path=$tmp/system_bus_socket"
+until_ok 10 test -S "$tmp/system_bus_socket" || fail "the private system bus did not start"
+
+# Screen-cast streams (which absolute pointer motion needs) live in PipeWire.
+pipewire >"$tmp/pipewire.log" 2>&1 &
+pids+=($!)
+until_ok 10 test -S "$XDG_RUNTIME_DIR/pipewire-0" || fail "pipewire did not start"
+
+# The activation environment must match, for services the bus starts on demand.
+dbus-update-activation-environment HOME XDG_RUNTIME_DIR XDG_CONFIG_HOME XDG_DATA_HOME \
+  XDG_CACHE_HOME XDG_CURRENT_DESKTOP XDG_SESSION_TYPE DBUS_SYSTEM_BUS_ADDRESS NO_AT_BRIDGE \
+  GTK_A11Y GIO_USE_VFS 2>/dev/null || true
+
+wayland="wayland-vorrik-$$"
+gnome-shell --headless --wayland --no-x11 --wayland-display "$wayland" \
+  --virtual-monitor "$size" >"$tmp/gnome-shell.log" 2>&1 &
+pids+=($!)
+until_ok 60 test -S "$XDG_RUNTIME_DIR/$wayland" || fail "gnome-shell did not start"
+export WAYLAND_DISPLAY="$wayland"
+has_name() {
+  gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
+    --method org.freedesktop.DBus.NameHasOwner "$1" | grep -q true
+}
+until_ok 60 has_name org.gnome.Mutter.RemoteDesktop || fail "gnome-shell offers no remote desktop"
+dbus-update-activation-environment WAYLAND_DISPLAY 2>/dev/null || true
+
+# The shell starts in the overview; Escape leaves it.
+if [ -n "$hand" ]; then
+  until_ok 20 has_name org.gnome.Shell || fail "gnome-shell never owned its name"
+  sleep 1
+  printf 'key Escape\n' | "$hand" >"$tmp/hand.log" 2>&1 || fail "could not leave the overview"
+fi
+
+"$portal_gnome" >"$tmp/portal-gnome.log" 2>&1 &
+pids+=($!)
+until_ok 30 has_name org.freedesktop.impl.portal.desktop.gnome || fail "xdg-desktop-portal-gnome did not start"
+"$portal" >"$tmp/portal.log" 2>&1 &
+pids+=($!)
+remote_desktop_version() {
+  gdbus call --session --dest org.freedesktop.portal.Desktop \
+    --object-path /org/freedesktop/portal/desktop --method org.freedesktop.DBus.Properties.Get \
+    org.freedesktop.portal.RemoteDesktop version | grep -q uint32
+}
+until_ok 30 remote_desktop_version || fail "the RemoteDesktop portal does not answer"
+
+set +e
+"$@"
+rc=$?
+set -e
+exit $rc
