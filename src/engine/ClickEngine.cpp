@@ -88,13 +88,10 @@ void ClickEngine::schedule(std::uint64_t generation) {
   if (generation != generation_.load() || !timer_) {
     return;
   }
-  // The handler holds the engine weakly; the engine's destructor also waits for it to finish.
+  // The engine's destructor cancels the timer and waits for a running handler, so a plain
+  // pointer is safe here; two words fit in the handler itself, with no allocation per tick.
   timer_->arm(std::chrono::milliseconds(delayMs),
-              [weak = std::weak_ptr<ClickEngine*>(self_), generation] {
-                if (const auto self = weak.lock()) {
-                  (*self)->tick(generation);
-                }
-              });
+              [self = this, generation] { self->tick(generation); });
 }
 
 void ClickEngine::tick(std::uint64_t generation) {
@@ -129,11 +126,7 @@ void ClickEngine::fire(std::uint64_t generation) {
       post(*at);
     }
     sessionClicks_.fetch_add(1);
-    postTask([](ClickEngine& engine) {
-      if (engine.onTick) {
-        engine.onTick(engine.sessionClicks_.load());
-      }
-    });
+    reportCount();
     if (count >= 2) {
       ports_.sleeper.sleepFor(kBurstGap);
     }
@@ -174,6 +167,19 @@ void ClickEngine::post(ClickPoint at) {
     ports_.sleeper.sleepFor(kDownToUp);
     injector.post(*up);
   }
+}
+
+void ClickEngine::reportCount() {
+  // The queued report reads the count when it runs, so it carries every click made until then.
+  if (countQueued_.exchange(true)) {
+    return;
+  }
+  postTask([](ClickEngine& engine) {
+    engine.countQueued_.store(false);
+    if (engine.onTick) {
+      engine.onTick(engine.sessionClicks_.load());
+    }
+  });
 }
 
 void ClickEngine::postTask(std::function<void(ClickEngine&)> task) {

@@ -65,7 +65,8 @@ class ClickEngine {
   std::int64_t sessionClicks() const { return sessionClicks_.load(); }
   std::int64_t pointIndex() const { return pointIndex_.load(); }
 
-  // Told the click count after each click, on the main thread.
+  // Told the latest click count on the main thread after clicks: at most one report is queued at
+  // a time, so clicks made meanwhile share it; the last click of a run is always reported.
   std::function<void(std::int64_t)> onTick;
   // Told that a run ended or could not begin, with its reason text, on the main thread.
   std::function<void(const std::optional<std::string>&)> onStop;
@@ -84,6 +85,7 @@ class ClickEngine {
   std::optional<ClickPoint> nextPoint();
   void post(ClickPoint at);
   void postTask(std::function<void(ClickEngine&)> task);
+  void reportCount();
 
   Ports ports_;
   // Held while the timer is armed or cancelled and the generation moves, so that a late tick
@@ -95,6 +97,8 @@ class ClickEngine {
   std::atomic<std::int64_t> pointIndex_{0};
   // Bumped by every start and stop, so a tick of an earlier run never re-arms the timer.
   std::atomic<std::uint64_t> generation_{0};
+  // Set while a count report is queued on the main thread and has not yet read the count.
+  std::atomic<bool> countQueued_{false};
   // Main-thread tasks hold this weakly and do nothing once the engine is gone.
   std::shared_ptr<ClickEngine*> self_;
 };

@@ -335,12 +335,27 @@ TEST_F(EngineTest, ClickTypeChangeTakesEffectAtTheNextClick) {
                                                MouseButton::right, MouseButton::right}));
 }
 
-TEST_F(EngineTest, TickReportsReachTheOwnerBeforeTheStop) {
+TEST_F(EngineTest, CountReportsCoalesceWhileQueuedAndReachTheOwnerBeforeTheStop) {
   engine.maxClicks = 2;
   engine.burst = 3;
   engine.start();
   rig.tick();
-  EXPECT_EQ(rig.log, (std::vector<std::string>{"tick 2", "tick 2", "stop Done: 2 clicks."}));
+  EXPECT_EQ(rig.log, (std::vector<std::string>{"tick 2", "stop Done: 2 clicks."}));
+
+  // Ticks while the main thread is busy queue one report, which tells the latest count.
+  rig.log.clear();
+  engine.maxClicks = 0;
+  engine.burst = 0;
+  engine.start();
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(rig.timer->fire());
+  }
+  EXPECT_EQ(rig.queue.pending(), 1U);
+  rig.queue.drain();
+  ASSERT_TRUE(rig.tick());
+  engine.stop(std::nullopt);
+  EXPECT_EQ(rig.log, (std::vector<std::string>{"tick 3", "tick 4", "stop -"}));
+  EXPECT_EQ(engine.sessionClicks(), 4);
 }
 
 TEST_F(EngineTest, TasksQueuedForADestroyedEngineDoNothing) {
