@@ -51,8 +51,8 @@ struct Options {
 void usage() {
   std::cerr << "usage: vorrik_click_timing --vorrik-display D --reference-display D\n"
                "         --clicker PATH --shim PATH --work DIR [--rounds N] [--periods N]\n"
-               "         [--no-spin] [--anchor]\n"
-               "  --no-spin, --anchor   passed to the engine's clicker, for comparisons\n";
+               "         [--no-spin]\n"
+               "  --no-spin   the engine's timer without its early wake and final spin\n";
 }
 
 std::optional<Options> parse(int argc, char** argv) {
@@ -60,7 +60,7 @@ std::optional<Options> parse(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     const std::string_view arg = argv[i];
     const bool hasValue = i + 1 < argc;
-    if (arg == "--no-spin" || arg == "--anchor") {
+    if (arg == "--no-spin") {
       o.clickerFlags.emplace_back(arg);
     } else if (hasValue && arg == "--vorrik-display") {
       o.vorrikDisplay = argv[++i];
@@ -159,8 +159,8 @@ class PairedBench {
 
   std::optional<PairedRound> round(int number, long nominalMs, bool busyCore, bool idleWatch) {
     const std::size_t clicks = o_.periods + 1;
-    std::fprintf(stderr, "  round %d, %ld ms, %-9s: %zu clicks each, ~%.0f s\n", number,
-                 nominalMs, busyCore ? "busy core" : "idle", clicks,
+    std::fprintf(stderr, "  round %d, %ld ms, %-9s: %zu clicks each, ~%.0f s\n", number, nominalMs,
+                 busyCore ? "busy core" : "idle", clicks,
                  static_cast<double>(nominalMs * static_cast<long>(clicks)) / 1000.0);
     const std::string tag = o_.workDir + "/" + std::to_string(number) + "-" +
                             std::to_string(nominalMs) + (busyCore ? "-busy" : "-idle");
@@ -187,11 +187,10 @@ class PairedBench {
       return std::vector<std::string>{"DISPLAY=" + display, "LD_PRELOAD=" + o_.shim,
                                       "VORRIK_FLUSH_LOG=" + log};
     };
-    const auto vorrikPid = spawnChild(vorrikArgv, env(o_.vorrikDisplay, tag + "-vorrik.flush"),
-                                      tag + "-vorrik.out");
-    const auto referencePid =
-        spawnChild(referenceArgv, env(o_.referenceDisplay, tag + "-reference.flush"),
-                   tag + "-reference.out");
+    const auto vorrikPid =
+        spawnChild(vorrikArgv, env(o_.vorrikDisplay, tag + "-vorrik.flush"), tag + "-vorrik.out");
+    const auto referencePid = spawnChild(
+        referenceArgv, env(o_.referenceDisplay, tag + "-reference.flush"), tag + "-reference.out");
     const auto vorrikRun = vorrikPid ? waitChild(*vorrikPid) : std::nullopt;
     const auto referenceRun = referencePid ? waitChild(*referencePid) : std::nullopt;
     load.reset();
@@ -224,8 +223,8 @@ class PairedBench {
     const auto releases = receiver.releases();
     run.receiver = summarise(presses, releases, nominal);
     if (log.cpu && !log.presses.empty()) {
-      run.cpuUsPerClick = std::chrono::duration<double, std::micro>(*log.cpu).count() /
-                          static_cast<double>(clicks);
+      run.cpuUsPerClick =
+          std::chrono::duration<double, std::micro>(*log.cpu).count() / static_cast<double>(clicks);
     }
     return run;
   }

@@ -2,7 +2,7 @@
 // Vorrik's click engine on its own, as the paired benchmark runs it next to the reference:
 // single left clicks at the cursor on $DISPLAY through the production ports, then a few facts
 // on stdout for the benchmark to read ("key value" lines).
-//   vorrik_bench_clicker --setting MS --clicks N [--idle-seconds S] [--no-spin] [--anchor]
+//   vorrik_bench_clicker --setting MS --clicks N [--idle-seconds S] [--no-spin]
 
 #include <chrono>
 #include <cstdio>
@@ -45,8 +45,6 @@ std::optional<Options> parse(int argc, char** argv) {
     std::optional<long> value;
     if (arg == "--no-spin") {
       options.timer.spin = false;
-    } else if (arg == "--anchor") {
-      options.timer.anchorToDue = true;
     } else if (i + 1 < argc && (value = number(argv[i + 1]))) {
       ++i;
       if (arg == "--setting") {
@@ -130,7 +128,7 @@ int main(int argc, char** argv) {
   if (!options) {
     std::fprintf(stderr,
                  "usage: vorrik_bench_clicker --setting MS --clicks N [--idle-seconds S] "
-                 "[--no-spin] [--anchor]\n");
+                 "[--no-spin]\n");
     return 2;
   }
   return vorrik::bench::run(*options);

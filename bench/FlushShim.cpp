@@ -76,8 +76,7 @@ __attribute__((destructor)) void writeLog() {
 
 extern "C" {
 
-int XTestFakeButtonEvent(Display* display, unsigned int button, Bool isPress,
-                         unsigned long delay) {
+int XTestFakeButtonEvent(Display* display, unsigned int button, Bool isPress, unsigned long delay) {
   static const auto next =
       real<int (*)(Display*, unsigned int, Bool, unsigned long)>("XTestFakeButtonEvent");
   std::int64_t unset = -1;

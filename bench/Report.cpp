@@ -42,8 +42,7 @@ std::string header() {
 }
 
 std::string row(const std::string& round, double nominalMs, const std::string& load,
-                const char* clicker, const char* at, const Series& s,
-                std::optional<double> cpuUs) {
+                const char* clicker, const char* at, const Series& s, std::optional<double> cpuUs) {
   const Jitter period = s.periodJitter();
   return fmt(kRowFormat, round.c_str(), fmt("%.0f", nominalMs).c_str(), load.c_str(), clicker, at,
              fmt("%zu", s.presses).c_str(), fmt("%.3f", s.medianPeriodMs).c_str(),
@@ -51,16 +50,14 @@ std::string row(const std::string& round, double nominalMs, const std::string& l
              fmt("%.3f", period.p99Ms).c_str(), fmt("%.3f", period.maxMs).c_str(),
              fmt("%.3f", s.medianHoldMs).c_str(), fmt("%.3f", s.holdJitter().p99Ms).c_str(),
              fmt("%.3f", s.medianGapMs).c_str(), fmt("%.3f", s.gapJitter().p99Ms).c_str(),
-             fmt("%.3f", s.shortestMs()).c_str(),
-             cpuUs ? fmt("%.0f us", *cpuUs).c_str() : "n/a");
+             fmt("%.3f", s.shortestMs()).c_str(), cpuUs ? fmt("%.0f us", *cpuUs).c_str() : "n/a");
 }
 
 // The four rows of one round or pool: each clicker at the source and at the receiver.
 std::string rows(const std::string& round, double nominalMs, const std::string& load,
                  const ClickerRun& vorrik, const ClickerRun& reference) {
   return row(round, nominalMs, load, "Vorrik", "source", vorrik.source, vorrik.cpuUsPerClick) +
-         row(round, nominalMs, load, "ref", "source", reference.source,
-             reference.cpuUsPerClick) +
+         row(round, nominalMs, load, "ref", "source", reference.source, reference.cpuUsPerClick) +
          row(round, nominalMs, load, "Vorrik", "receiver", vorrik.receiver, std::nullopt) +
          row(round, nominalMs, load, "ref", "receiver", reference.receiver, std::nullopt);
 }
@@ -165,12 +162,12 @@ std::string formatPooled(const PairedResults& results, const Targets& targets) {
       }
     }
     const auto receiverRatio = p99Ratio(reference.receiver, vorrik.receiver);
-    verdicts += fmt(
-        "  %3.0f ms, %-9s: source p99 ratio >= %.0f in %d of %d rounds (%s); receiver pooled "
-        "ratio %s\n",
-        c.nominalMs, loadName(c.busyCore).c_str(), targets.minSourceRatio, met, rounds,
-        metOrMissed(met >= std::min(targets.roundsNeeded, rounds)).c_str(),
-        ratioText(receiverRatio).c_str());
+    verdicts +=
+        fmt("  %3.0f ms, %-9s: source p99 ratio >= %.0f in %d of %d rounds (%s); receiver pooled "
+            "ratio %s\n",
+            c.nominalMs, loadName(c.busyCore).c_str(), targets.minSourceRatio, met, rounds,
+            metOrMissed(met >= std::min(targets.roundsNeeded, rounds)).c_str(),
+            ratioText(receiverRatio).c_str());
     for (const Series* s : {&vorrik.source, &vorrik.receiver}) {
       biasMet = biasMet && std::abs(s->biasMs()) <= targets.maxAbsBiasMs;
       shortMet = shortMet && s->shortestMs() >= s->nominalMs - targets.maxShortMs;

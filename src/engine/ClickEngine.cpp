@@ -53,7 +53,7 @@ void ClickEngine::start() {
   }
   sessionClicks_.store(0);
   pointIndex_.store(0);
-  schedule(generation);
+  schedule(generation, std::chrono::microseconds::zero());
 }
 
 // The published signature takes the reason by value.
@@ -82,7 +82,7 @@ std::int64_t ClickEngine::nextDelayMs() {
   return std::max(base + offset, kMinDelayMs);
 }
 
-void ClickEngine::schedule(std::uint64_t generation) {
+void ClickEngine::schedule(std::uint64_t generation, std::chrono::microseconds tickLength) {
   const std::int64_t delayMs = nextDelayMs();
   std::lock_guard lock(timerMutex_);
   if (generation != generation_.load() || !timer_) {
@@ -90,7 +90,7 @@ void ClickEngine::schedule(std::uint64_t generation) {
   }
   // The engine's destructor cancels the timer and waits for a running handler, so a plain
   // pointer is safe here; two words fit in the handler itself, with no allocation per tick.
-  timer_->arm(std::chrono::milliseconds(delayMs),
+  timer_->arm(std::chrono::milliseconds(delayMs) + tickLength,
               [self = this, generation] { self->tick(generation); });
 }
 
@@ -98,15 +98,18 @@ void ClickEngine::tick(std::uint64_t generation) {
   if (!running_.load() || generation != generation_.load()) {
     return;
   }
-  fire(generation);
-  if (running_.load()) {
-    schedule(generation);
-  }
-}
-
-void ClickEngine::fire(std::uint64_t generation) {
   const std::int64_t requested = burst.load();
   const std::int64_t count = requested >= 2 ? requested : 1;
+  const std::chrono::microseconds click =
+      clickType.load() == ClickType::double_ ? 2 * kDownToUp + kDoubleGap : kDownToUp;
+  // Armed before clicking, with the delay counted from when this tick is meant to end (its
+  // pauses by design): the time the posts take and a pause that wakes late then do not lengthen
+  // the period.
+  schedule(generation, count * (click + (count >= 2 ? kBurstGap : std::chrono::microseconds{})));
+  fire(generation, count);
+}
+
+void ClickEngine::fire(std::uint64_t generation, std::int64_t count) {
   for (std::int64_t i = 0; i < count; ++i) {
     const std::int64_t limit = maxClicks.load();
     if (limit >= 1 && sessionClicks_.load() >= limit) {

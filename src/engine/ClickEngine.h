@@ -79,9 +79,10 @@ class ClickEngine {
  private:
   // The next delay: the interval (at least 50 ms) plus a jitter draw, at least 20 ms.
   std::int64_t nextDelayMs();
-  void schedule(std::uint64_t generation);
+  // Arms the next tick: a delay after tickLength from now.
+  void schedule(std::uint64_t generation, std::chrono::microseconds tickLength);
   void tick(std::uint64_t generation);
-  void fire(std::uint64_t generation);
+  void fire(std::uint64_t generation, std::int64_t count);
   std::optional<ClickPoint> nextPoint();
   void post(ClickPoint at);
   void postTask(std::function<void(ClickEngine&)> task);

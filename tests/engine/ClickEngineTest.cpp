@@ -28,10 +28,13 @@ void installEnglish() {
   L::install({&defaults, &preferred, &center});
 }
 
+// The delays between ticks: each tick arms the next with its own single click's 8 ms added,
+// so that the delay counts from when the tick is meant to end; the first comes from start().
 std::vector<std::int64_t> delaysMs(const fake::FakeTimer& timer) {
   std::vector<std::int64_t> ms;
   for (auto d : timer.delays()) {
-    ms.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(d).count());
+    const auto click = ms.empty() ? 0 : 8;
+    ms.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(d).count() - click);
   }
   return ms;
 }
@@ -120,6 +123,9 @@ TEST_P(Bursts, PostThatManyClicksPerTickWithPausesOnlyForRealBursts) {
   const auto sleeps = rig.sleeper.sleeps();
   EXPECT_EQ(static_cast<std::size_t>(std::count(sleeps.begin(), sleeps.end(), 15ms)),
             GetParam().clicksPerTick >= 2 ? clicks : 0);
+  // The next tick's delay starts when this tick's clicks and pauses are meant to be over.
+  const auto perClick = GetParam().clicksPerTick >= 2 ? 8ms + 15ms : 8ms;
+  EXPECT_EQ(rig.timer->armedDelay(), 120ms + GetParam().clicksPerTick * perClick);
 }
 
 INSTANTIATE_TEST_SUITE_P(Engine, Bursts,
@@ -388,7 +394,10 @@ TEST_F(EngineTest, ALateTickOfAnEarlierRunNeitherRearmsNorEndsTheNewRun) {
   const std::size_t arms = rig.timer->delays().size();
   engine.maxClicks = 0;
   rig.tick();
-  EXPECT_EQ(rig.timer->delays().size(), arms + 1) << "only the restart arms the timer";
+  // The tick armed its successor before clicking; the stop cancelled that and the restart armed
+  // its own first delay, which the late tick left alone.
+  EXPECT_EQ(rig.timer->delays().size(), arms + 2);
+  EXPECT_EQ(rig.timer->armedDelay(), 120ms);
 }
 
 }  // namespace

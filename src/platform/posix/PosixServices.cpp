@@ -142,10 +142,6 @@ WorkerTimer::~WorkerTimer() {
 
 void WorkerTimer::arm(std::chrono::nanoseconds delay, Handler handler) {
   const Clock::time_point now = Clock::now();
-  if (options_.anchorToDue && std::this_thread::get_id() == worker_.get_id()) {
-    // Re-armed by a handler: count from when that handler was due.
-    delay -= std::min(handlerLate_, std::max(delay, std::chrono::nanoseconds::zero()));
-  }
   // Saturate rather than overflow: a delay beyond the clock's range means "never".
   const Clock::time_point deadline =
       delay > Clock::time_point::max() - now ? Clock::time_point::max() : now + delay;
@@ -193,7 +189,7 @@ void WorkerTimer::run() {
       continue;
     }
     const auto deadline = deadline_;
-    auto now = Clock::now();
+    const auto now = Clock::now();
     const auto wake = deadline - lead_.lead();
     if (now < wake) {
       // libstdc++ waits with pthread_cond_clockwait on CLOCK_MONOTONIC for steady_clock.
@@ -216,9 +212,7 @@ void WorkerTimer::run() {
       if (!handler_ || deadline_ != deadline) {
         continue;
       }
-      now = Clock::now();
     }
-    handlerLate_ = now - deadline;
     Handler due = std::exchange(handler_, nullptr);
     lock.unlock();
     due();

@@ -51,16 +51,11 @@ class WakeLead {
 // CLOCK_MONOTONIC, with the minimum timer slack. Idle, it waits on a condition variable with no
 // timeout. Armed, it wakes early by its learnt lead and spins the last stretch (at most
 // WakeLead::kMax), so that a handler starts on its deadline and never before it.
-//
-// With anchorToDue, a handler that re-arms the timer from the worker measures its delay from the
-// deadline it was due at rather than from its own start: a late wake then lengthens one period
-// and shortens the next instead of lengthening one.
 class WorkerTimer final : public OneShotTimer {
  public:
   // Departures from the defaults, for the benchmark's comparisons.
   struct Options {
-    bool spin = true;          // false: wait again instead of spinning when woken early
-    bool anchorToDue = false;  // true: a re-arm from a handler counts from when it was due
+    bool spin = true;  // false: no early wake and no spin, only the deadline itself
   };
   WorkerTimer() : WorkerTimer(Options{}) {}
   explicit WorkerTimer(Options options);
@@ -90,8 +85,6 @@ class WorkerTimer final : public OneShotTimer {
   std::uint64_t wakeups_ = 0;
   std::optional<RealtimeGrant> realtime_;
   mutable std::condition_variable tuned_;
-  // How late the running handler started; read only by the worker, in a re-arm.
-  std::chrono::nanoseconds handlerLate_{0};
   const Options options_;
   WakeLead lead_;
   std::thread worker_;
