@@ -3,7 +3,9 @@
 # Runs the paired click-timing benchmark: two private X servers, and a world-readable copy of
 # the programs so that the clickers can run as an unprivileged user whatever the checkout's
 # permissions.
-#   bench/paired.sh BIN_DIR [vorrik_click_timing options...]
+#   bench/paired.sh BIN_DIR [--realtimekit] [vorrik_click_timing options...]
+# --realtimekit gives the clickers a private system bus with RealtimeKit on it, as a desktop
+# session has (tests/e2e/with-realtimekit.sh); without it there is none to ask.
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 xvfb="$here/../tests/e2e/with-xvfb.sh"
@@ -23,13 +25,21 @@ case "${1:-}" in
     ;;
 esac
 
-[ $# -ge 1 ] || { echo "usage: $0 BIN_DIR [options...]" >&2; exit 2; }
+[ $# -ge 1 ] || { echo "usage: $0 BIN_DIR [--realtimekit] [options...]" >&2; exit 2; }
 bin="$1"
 shift
+wrap=()
+if [ "${1:-}" = --realtimekit ]; then
+  wrap=("$here/../tests/e2e/with-realtimekit.sh" --)
+  shift
+else
+  # No system bus of the machine's own: the run must not depend on what it would answer.
+  export DBUS_SYSTEM_BUS_ADDRESS="unix:path=/nonexistent/vorrik-bench"
+fi
 tmp="$(mktemp -d)"
 trap 'rm -rf "$tmp"' EXIT
 chmod 755 "$tmp"
 install -m 755 "$bin/vorrik_click_timing" "$bin/vorrik_bench_clicker" \
   "$bin/libvorrik_flush_shim.so" "$tmp/"
 mkdir -m 1777 "$tmp/work"
-"$xvfb" -- "$0" --inside-first "$tmp" "$@"
+"${wrap[@]}" "$xvfb" -- "$0" --inside-first "$tmp" "$@"

@@ -13,6 +13,7 @@ VORRIK_BUILD_PACKAGES=(
 VORRIK_TEST_PACKAGES=(
   xvfb xauth xdotool x11-utils xinput trayer imagemagick
   clang-format dpkg-dev file appstream
+  util-linux dbus-daemon dbus-bin rtkit polkitd
 )
 VORRIK_RUN_PACKAGES=(xvfb xauth)
 
