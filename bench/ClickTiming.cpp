@@ -141,7 +141,7 @@ class PairedBench {
       : o_(std::move(options)), vorrikReceiver_(vorrik), referenceReceiver_(reference) {}
 
   // Prefixes that run a clicker without real-time rights, as an ordinary user when we are root.
-  std::vector<std::string> unprivileged() const {
+  [[nodiscard]] std::vector<std::string> unprivileged() const {
     std::vector<std::string> prefix{"prlimit", "--rtprio=0:0"};
     if (geteuid() == 0) {
       prefix.insert(prefix.end(), {"setpriv", std::string("--reuid=") + kNobody,
@@ -150,7 +150,7 @@ class PairedBench {
     return prefix;
   }
 
-  std::string setup() const {
+  [[nodiscard]] std::string setup() const {
     return geteuid() == 0 ? "clickers as uid 65534 with RLIMIT_RTPRIO 0, X servers and "
                             "clickers at normal priority"
                           : "clickers as the calling user with RLIMIT_RTPRIO 0, X servers and "
@@ -211,7 +211,7 @@ class PairedBench {
     return r;
   }
 
-  const std::map<std::string, std::string>& lastFacts() const { return facts_; }
+  [[nodiscard]] const std::map<std::string, std::string>& lastFacts() const { return facts_; }
 
  private:
   static ClickerRun side(const std::string& flushLog, const PressReceiver& receiver,

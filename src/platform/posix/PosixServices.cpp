@@ -13,8 +13,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <mutex>
+#include <system_error>
 #include <utility>
 
 namespace vorrik::posix {
@@ -56,8 +56,8 @@ bool askRealtimeKit(pid_t thread, int priority, std::string& why) {
   if (call == nullptr) {
     why = "out of memory";
   } else {
-    const dbus_uint64_t id = static_cast<dbus_uint64_t>(thread);
-    const dbus_uint32_t level = static_cast<dbus_uint32_t>(priority);
+    const auto id = static_cast<dbus_uint64_t>(thread);
+    const auto level = static_cast<dbus_uint32_t>(priority);
     dbus_message_append_args(call, DBUS_TYPE_UINT64, &id, DBUS_TYPE_UINT32, &level,
                              DBUS_TYPE_INVALID);
     DBusMessage* reply = dbus_connection_send_with_reply_and_block(bus, call, 2000, &error);
@@ -103,8 +103,9 @@ RealtimeGrant makeThreadRealtime(std::string& detail) {
     detail = "SCHED_FIFO granted by RealtimeKit";
     return RealtimeGrant::realtimeKit;
   }
-  detail = std::string("SCHED_FIFO refused (") + std::strerror(direct) +
-           "), RealtimeKit refused (" + why + ")";
+  detail = std::string("SCHED_FIFO refused (") +
+           std::error_code(direct, std::generic_category()).message() + "), RealtimeKit refused (" +
+           why + ")";
   static std::once_flag told;
   std::call_once(told, [&] {
     std::fprintf(stderr,
