@@ -105,7 +105,9 @@ void ClickEngine::tick(std::uint64_t generation) {
   // Armed before clicking, with the delay counted from when this tick is meant to end (its
   // pauses by design): the time the posts take and a pause that wakes late then do not lengthen
   // the period.
-  schedule(generation, count * (click + (count >= 2 ? kBurstGap : std::chrono::microseconds{})));
+  // Past a day the length only needs to stay far from overflowing.
+  const std::int64_t counted = std::min<std::int64_t>(count, 1'000'000);
+  schedule(generation, counted * (click + (count >= 2 ? kBurstGap : std::chrono::microseconds{})));
   fire(generation, count);
 }
 

@@ -104,6 +104,16 @@ TEST_F(EngineTest, AbsurdSettingsNeitherOverflowNorStall) {
   engine.jitterMs = std::numeric_limits<std::int64_t>::max();
   engine.start();
   EXPECT_GT(rig.timer->armedDelay().value(), std::chrono::hours(24 * 365));
+  // A burst beyond any real setting still arms a next tick, after its clicks are meant to end.
+  engine.stop(std::nullopt);
+  engine.intervalMs = 120;
+  engine.jitterMs = 0;
+  engine.burst = std::numeric_limits<std::int64_t>::max();
+  engine.maxClicks = 3;
+  engine.start();
+  ASSERT_TRUE(rig.tick());
+  EXPECT_EQ(rig.injector.presses(), 3U);
+  EXPECT_GT(rig.timer->delays().back(), std::chrono::hours(6));
 }
 
 struct BurstCase {
