@@ -102,13 +102,25 @@ void ClickEngine::tick(std::uint64_t generation) {
   const std::int64_t count = requested >= 2 ? requested : 1;
   const std::chrono::microseconds click =
       clickType.load() == ClickType::double_ ? 2 * kDownToUp + kDoubleGap : kDownToUp;
-  // Armed before clicking, with the delay counted from when this tick is meant to end (its
-  // pauses by design): the time the posts take and a pause that wakes late then do not lengthen
-  // the period.
   // Past a day the length only needs to stay far from overflowing.
   const std::int64_t counted = std::min<std::int64_t>(count, 1'000'000);
-  schedule(generation, counted * (click + (count >= 2 ? kBurstGap : std::chrono::microseconds{})));
+  pendingArm_ = PendingArm{
+      generation, counted * (click + (count >= 2 ? kBurstGap : std::chrono::microseconds{}))};
   fire(generation, count);
+  // No press went out (no target, or the run is over): the delay counts from now.
+  if (pendingArm_) {
+    pendingArm_.reset();
+    schedule(generation, std::chrono::microseconds::zero());
+  }
+}
+
+void ClickEngine::armFromPress() {
+  // The first press of the tick has just left: the next tick is armed with the delay counted
+  // from when this tick is meant to end, measured from that press. Neither a late pause nor a
+  // slow post inside the tick then lengthens the period, and no period is shorter than meant.
+  if (const auto arm = std::exchange(pendingArm_, std::nullopt)) {
+    schedule(arm->generation, arm->tickLength);
+  }
 }
 
 void ClickEngine::fire(std::uint64_t generation, std::int64_t count) {
@@ -169,6 +181,7 @@ void ClickEngine::post(ClickPoint at) {
     down->clickState = state;
     up->clickState = state;
     injector.post(*down);
+    armFromPress();
     ports_.sleeper.sleepFor(kDownToUp);
     injector.post(*up);
   }

@@ -85,6 +85,7 @@ class ClickEngine {
   void fire(std::uint64_t generation, std::int64_t count);
   std::optional<ClickPoint> nextPoint();
   void post(ClickPoint at);
+  void armFromPress();
   void postTask(std::function<void(ClickEngine&)> task);
   void reportCount();
 
@@ -98,6 +99,12 @@ class ClickEngine {
   std::atomic<std::int64_t> pointIndex_{0};
   // Bumped by every start and stop, so a tick of an earlier run never re-arms the timer.
   std::atomic<std::uint64_t> generation_{0};
+  // The next tick's arming, held by a tick until its first press has been posted; worker only.
+  struct PendingArm {
+    std::uint64_t generation;
+    std::chrono::microseconds tickLength;
+  };
+  std::optional<PendingArm> pendingArm_;
   // Set while a count report is queued on the main thread and has not yet read the count.
   std::atomic<bool> countQueued_{false};
   // Main-thread tasks hold this weakly and do nothing once the engine is gone.
