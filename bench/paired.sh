@@ -3,9 +3,10 @@
 # Runs the paired click-timing benchmark: two private X servers, and a world-readable copy of
 # the programs so that the clickers can run as an unprivileged user whatever the checkout's
 # permissions.
-#   bench/paired.sh BIN_DIR [--realtimekit] [vorrik_click_timing options...]
-# --realtimekit gives the clickers a private system bus with RealtimeKit on it, as a desktop
-# session has (tests/e2e/with-realtimekit.sh); without it there is none to ask.
+#   bench/paired.sh BIN_DIR [--no-realtimekit] [vorrik_click_timing options...]
+# Run as root, it gives the clickers a private system bus with RealtimeKit on it, as a desktop
+# session has (tests/e2e/with-realtimekit.sh); otherwise they see the machine's own system bus.
+# --no-realtimekit leaves them no bus at all, so that only SCHED_FIFO itself could be had.
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
 xvfb="$here/../tests/e2e/with-xvfb.sh"
@@ -25,16 +26,15 @@ case "${1:-}" in
     ;;
 esac
 
-[ $# -ge 1 ] || { echo "usage: $0 BIN_DIR [--realtimekit] [options...]" >&2; exit 2; }
+[ $# -ge 1 ] || { echo "usage: $0 BIN_DIR [--no-realtimekit] [options...]" >&2; exit 2; }
 bin="$1"
 shift
 wrap=()
-if [ "${1:-}" = --realtimekit ]; then
-  wrap=("$here/../tests/e2e/with-realtimekit.sh" --)
-  shift
-else
-  # No system bus of the machine's own: the run must not depend on what it would answer.
+if [ "${1:-}" = --no-realtimekit ]; then
   export DBUS_SYSTEM_BUS_ADDRESS="unix:path=/nonexistent/vorrik-bench"
+  shift
+elif [ "$(id -u)" -eq 0 ]; then
+  wrap=("$here/../tests/e2e/with-realtimekit.sh" --)
 fi
 tmp="$(mktemp -d)"
 trap 'rm -rf "$tmp"' EXIT
