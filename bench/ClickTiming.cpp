@@ -1,317 +1,303 @@
 // SPDX-License-Identifier: MIT
-// Click timing on a real X server: how evenly the engine's clicks arrive at a receiving client,
-// next to a reference clicker measured by the same receiver in the same run, with the engine's
-// CPU time, memory and idle wake-ups. Run it through scripts/bench, which provides the server.
+// The paired click-timing benchmark: Vorrik's engine (vorrik_bench_clicker) and the reference
+// (`xdotool click --repeat`) click at the same time, each on its own private X server with its
+// own receiver, so that both meet the same moment's noise. Both run as an unprivileged user at
+// normal priority, with the flush shim preloaded to record when each event leaves the program.
+// Run it through scripts/bench, which provides the servers and a world-readable copy of the
+// programs.
 
-#include <X11/Xlib.h>
+#include <sys/utsname.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
-#include <memory>
+#include <map>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
-#include <thread>
+#include <vector>
 
 #include "Floor.h"
-#include "Instruments.h"
-#include "MainThreadQueue.h"
 #include "PressReceiver.h"
 #include "Processes.h"
 #include "Report.h"
 #include "Stats.h"
-#include "engine/ClickEngine.h"
-#include "platform/posix/PosixServices.h"
-#include "platform/x11/X11Input.h"
 
 namespace vorrik::bench {
 namespace {
 
 using namespace std::chrono_literals;
-using Ms = std::chrono::duration<double, std::milli>;
 
-// The time one single click holds the button down, which every tick adds to the delay.
-constexpr double kClickMs =
-    std::chrono::duration<double, std::milli>(ClickEngine::kDownToUp).count();
+// The engine holds each click's button down this long, within the period.
+constexpr long kPressMs = 8;
 constexpr const char* kReferenceTool = "xdotool";
+// The unprivileged user the clickers run as when the benchmark runs as root.
+constexpr const char* kNobody = "65534";
 
 struct Options {
-  std::size_t ticks = 300;
-  bool referenceBusy = false;
-  std::string jsonPath;
-  // Runs the X server and the receiving thread at real-time priority, above the engine's worker,
-  // so that the measuring path adds as little noise as it can on a shared machine.
-  bool realtimeMeasure = true;
-  // Experiments on the engine's ports, to size a proposed change before it is made.
-  bool steadyTimeline = false;
-  bool cachedPointer = false;
+  std::string vorrikDisplay;
+  std::string referenceDisplay;
+  std::string clicker;  // vorrik_bench_clicker, readable by the unprivileged user
+  std::string shim;     // the flush shim, likewise
+  std::string workDir;  // writable by that user
+  int rounds = 5;
+  std::size_t periods = 300;
+  std::vector<std::string> clickerFlags;
 };
 
 void usage() {
-  std::cerr << "usage: vorrik_click_timing [--ticks N] [--reference-busy] [--json FILE]\n"
-               "         [--plain-priority] [--steady-timeline] [--cached-pointer]\n"
-               "  Needs DISPLAY to name a private X server with XTEST and XInput 2.2.\n"
-               "  --plain-priority    leave the X server and receiver at normal priority\n"
-               "  --steady-timeline   experiment: deadlines from the previous deadline\n"
-               "  --cached-pointer    experiment: no pointer round trip per click\n";
+  std::cerr << "usage: vorrik_click_timing --vorrik-display D --reference-display D\n"
+               "         --clicker PATH --shim PATH --work DIR [--rounds N] [--periods N]\n"
+               "         [--no-spin]\n"
+               "  --no-spin   the engine's timer without its early wake and final spin\n";
 }
 
 std::optional<Options> parse(int argc, char** argv) {
-  Options options;
+  Options o;
   for (int i = 1; i < argc; ++i) {
     const std::string_view arg = argv[i];
-    if (arg == "--ticks" && i + 1 < argc) {
+    const bool hasValue = i + 1 < argc;
+    if (arg == "--no-spin") {
+      o.clickerFlags.emplace_back(arg);
+    } else if (hasValue && arg == "--vorrik-display") {
+      o.vorrikDisplay = argv[++i];
+    } else if (hasValue && arg == "--reference-display") {
+      o.referenceDisplay = argv[++i];
+    } else if (hasValue && arg == "--clicker") {
+      o.clicker = argv[++i];
+    } else if (hasValue && arg == "--shim") {
+      o.shim = argv[++i];
+    } else if (hasValue && arg == "--work") {
+      o.workDir = argv[++i];
+    } else if (hasValue && (arg == "--rounds" || arg == "--periods")) {
       char* end = nullptr;
-      const long ticks = std::strtol(argv[++i], &end, 10);
-      if (end == nullptr || *end != '\0' || ticks < 2 || ticks > 100000) {
+      const long n = std::strtol(argv[++i], &end, 10);
+      if (*end != '\0' || n < 1 || n > 100000 || (arg == "--periods" && n < 2)) {
         return std::nullopt;
       }
-      options.ticks = static_cast<std::size_t>(ticks);
-    } else if (arg == "--reference-busy") {
-      options.referenceBusy = true;
-    } else if (arg == "--steady-timeline") {
-      options.steadyTimeline = true;
-    } else if (arg == "--cached-pointer") {
-      options.cachedPointer = true;
-    } else if (arg == "--plain-priority") {
-      options.realtimeMeasure = false;
-    } else if (arg == "--json" && i + 1 < argc) {
-      options.jsonPath = argv[++i];
+      if (arg == "--rounds") {
+        o.rounds = static_cast<int>(n);
+      } else {
+        o.periods = static_cast<std::size_t>(n);
+      }
     } else {
       return std::nullopt;
     }
   }
-  return options;
+  if (o.vorrikDisplay.empty() || o.referenceDisplay.empty() || o.clicker.empty() ||
+      o.shim.empty() || o.workDir.empty()) {
+    return std::nullopt;
+  }
+  return o;
 }
 
-// Generous enough for a loaded machine, short enough that a lost click does not hang the run.
-std::chrono::steady_clock::time_point deadlineFor(std::size_t presses, double nominalMs) {
-  const auto expected = Ms(nominalMs * static_cast<double>(presses) * 1.5);
-  return std::chrono::steady_clock::now() +
-         std::chrono::duration_cast<std::chrono::steady_clock::duration>(expected) + 5s;
-}
-
-class Bench {
- public:
-  Bench(Options options, PressReceiver& receiver)
-      : options_(std::move(options)),
-        receiver_(receiver),
-        timedInjector_(injector_, recorder_),
-        timedPointer_(pointer_, recorder_, options_.cachedPointer),
-        engine_(
-            ClickEngine::Ports{queue_, trust_, timedInjector_, timedPointer_, sleeper_, random_},
-            makeTimer()) {
-    engine_.onStop = [this](const std::optional<std::string>&) { stopped_ = true; };
-  }
-
-  bool ready() {
-    if (!trust_.isTrusted(false) || !injector_.connected()) {
-      std::cerr << "vorrik_click_timing: the X server offers no XTEST\n";
-      return false;
-    }
-    return true;
-  }
-
-  // One engine series of single left clicks at setting ms; its CPU time leaves the receiver out.
-  TimingCase engineCase(std::int64_t settingMs, bool busyCore) {
-    const std::size_t presses = options_.ticks + 1;
-    const double nominalMs = static_cast<double>(settingMs) + kClickMs;
-    announce("Vorrik", settingMs, busyCore, presses, nominalMs);
-    std::optional<BusyCore> load;
-    if (busyCore) {
-      load.emplace();
-    }
-
-    engine_.intervalMs = settingMs;
-    engine_.clickType = ClickType::left;
-    engine_.jitterMs = 0;
-    engine_.burst = 0;
-    engine_.maxClicks = static_cast<std::int64_t>(presses);
-    stopped_ = false;
-    receiver_.reset();
-    recorder_.clear();
-    timedPointer_.forget();
-    const auto cpuBefore = processCpuTime() - receiver_.threadCpuTime();
-    engine_.start();
-    if (!queue_.runUntil([this] { return stopped_; }, deadlineFor(presses, nominalMs))) {
-      engine_.stop(std::nullopt);
-    }
-    const auto cpu = processCpuTime() - receiver_.threadCpuTime() - cpuBefore;
-    receiver_.waitFor(presses, 2s);
-
-    TimingCase timing;
-    timing.clicker = "Vorrik";
-    timing.settingMs = settingMs;
-    timing.busyCore = busyCore;
-    timing.expectedPresses = presses;
-    const auto pressTimes = receiver_.presses();
-    timing.summary = summarisePresses(pressTimes, nominalMs);
-    const PortTimes ports = recorder_.take();
-    timing.breakdown = breakDown(ports.timerLateness, ports.pointerQuery, ports.downPosted,
-                                 ports.upPosted, pressTimes, nominalMs);
-    const auto clicks = engine_.sessionClicks();
-    if (clicks > 0) {
-      timing.cpuMsPer1000 = Ms(cpu).count() * 1000.0 / static_cast<double>(clicks);
-    }
-    return timing;
-  }
-
-  // The reference tool clicking the same number of times at the same nominal period.
-  TimingCase referenceCase(std::int64_t periodMs, bool busyCore) {
-    const std::size_t presses = options_.ticks + 1;
-    const auto nominalMs = static_cast<double>(periodMs);
-    announce(kReferenceTool, periodMs, busyCore, presses, nominalMs);
-    std::optional<BusyCore> load;
-    if (busyCore) {
-      load.emplace();
-    }
-
-    receiver_.reset();
-    const auto run = runChild({kReferenceTool, "click", "--repeat", std::to_string(presses),
-                               "--delay", std::to_string(periodMs), "1"});
-    TimingCase timing;
-    timing.clicker = kReferenceTool;
-    timing.reference = true;
-    timing.settingMs = periodMs;
-    timing.busyCore = busyCore;
-    timing.expectedPresses = presses;
-    if (!run || run->exitCode != 0) {
-      std::cerr << "  " << kReferenceTool << " did not run to the end\n";
-    } else {
-      receiver_.waitFor(presses, 2s);
-      timing.cpuMsPer1000 = Ms(run->cpuTime).count() * 1000.0 / static_cast<double>(presses);
-    }
-    timing.summary = summarisePresses(receiver_.presses(), nominalMs);
-    return timing;
-  }
-
-  // Starts counting the timer worker's wake-ups; the engine must be idle from here on.
-  void beginIdleWatch() {
-    // The stop's own cancel wakes the worker once; let that pass before counting.
-    std::this_thread::sleep_for(100ms);
-    idleSince_ = std::chrono::steady_clock::now();
-    idleWakeupsBefore_ = timer_->wakeups();
-  }
-  void endIdleWatch(BenchResults& results) const {
-    results.idleWakeups = timer_->wakeups() - idleWakeupsBefore_;
-    results.idleSeconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - idleSince_).count();
-  }
-
- private:
-  std::unique_ptr<OneShotTimer> makeTimer() {
-    auto timer = std::make_unique<posix::WorkerTimer>();
-    timer_ = timer.get();
-    std::optional<std::chrono::nanoseconds> steady;
-    if (options_.steadyTimeline) {
-      steady = ClickEngine::kDownToUp;
-    }
-    return std::make_unique<TimedTimer>(std::move(timer), recorder_, steady);
-  }
-
-  static void announce(const char* clicker, std::int64_t settingMs, bool busyCore,
-                       std::size_t presses, double nominalMs) {
-    std::fprintf(stderr, "  %-8s %4lld ms, %-9s: %zu presses, ~%.0f s\n", clicker,
-                 static_cast<long long>(settingMs), busyCore ? "busy core" : "idle", presses,
-                 nominalMs * static_cast<double>(presses) / 1000.0);
-  }
-
-  Options options_;
-  PressReceiver& receiver_;
-  MainThreadQueue queue_;
-  x11::X11Trust trust_;
-  x11::X11Injector injector_;
-  x11::X11Pointer pointer_;
-  PortRecorder recorder_;
-  TimedInjector timedInjector_;
-  TimedPointer timedPointer_;
-  posix::MonotonicSleeper sleeper_;
-  posix::SystemRandom random_;
-  posix::WorkerTimer* timer_ = nullptr;
-  ClickEngine engine_;
-  bool stopped_ = false;
-  std::uint64_t idleWakeupsBefore_ = 0;
-  std::chrono::steady_clock::time_point idleSince_;
+// What the flush shim recorded in one clicker process.
+struct FlushLog {
+  std::vector<std::chrono::nanoseconds> presses;
+  std::vector<std::chrono::nanoseconds> releases;
+  std::optional<std::chrono::nanoseconds> cpu;  // from the first button event to exit
 };
 
-int run(const Options& options) {
-  // Read before any thread of ours exists.
-  const char* display = std::getenv("DISPLAY");  // NOLINT(concurrency-mt-unsafe)
-  if (display == nullptr || *display == '\0') {
-    std::cerr << "vorrik_click_timing: DISPLAY is not set; run it through scripts/bench\n";
-    return 2;
+FlushLog readFlushLog(const std::string& path) {
+  FlushLog log;
+  std::ifstream file(path);
+  std::string kind;
+  long long a = 0;
+  while (file >> kind >> a) {
+    if (kind == "press") {
+      log.presses.emplace_back(a);
+    } else if (kind == "release") {
+      log.releases.emplace_back(a);
+    } else if (kind == "cpu") {
+      long long b = 0;
+      if (file >> b && a >= 0 && b >= a) {
+        log.cpu = std::chrono::nanoseconds(b - a);
+      }
+    }
   }
-  // Before any other Xlib call: the receiver, the engine's worker and the main thread each
-  // hold a connection.
-  XInitThreads();
+  return log;
+}
+
+// The clicker's "key value" lines.
+std::map<std::string, std::string> readFacts(const std::string& path) {
+  std::map<std::string, std::string> facts;
+  std::ifstream file(path);
+  std::string line;
+  while (std::getline(file, line)) {
+    const auto space = line.find(' ');
+    if (space != std::string::npos) {
+      facts[line.substr(0, space)] = line.substr(space + 1);
+    }
+  }
+  return facts;
+}
+
+class PairedBench {
+ public:
+  PairedBench(Options options, PressReceiver& vorrik, PressReceiver& reference)
+      : o_(std::move(options)), vorrikReceiver_(vorrik), referenceReceiver_(reference) {}
+
+  // Prefixes that run a clicker without real-time rights, as an ordinary user when we are root.
+  [[nodiscard]] std::vector<std::string> unprivileged() const {
+    std::vector<std::string> prefix{"prlimit", "--rtprio=0:0"};
+    if (geteuid() == 0) {
+      prefix.insert(prefix.end(), {"setpriv", std::string("--reuid=") + kNobody,
+                                   std::string("--regid=") + kNobody, "--clear-groups"});
+    }
+    return prefix;
+  }
+
+  [[nodiscard]] std::string setup() const {
+    return geteuid() == 0 ? "clickers as uid 65534 with RLIMIT_RTPRIO 0, X servers and "
+                            "clickers at normal priority"
+                          : "clickers as the calling user with RLIMIT_RTPRIO 0, X servers and "
+                            "clickers at normal priority";
+  }
+
+  std::optional<PairedRound> round(int number, long nominalMs, bool busyCore, bool idleWatch) {
+    const std::size_t clicks = o_.periods + 1;
+    std::fprintf(stderr, "  round %d, %ld ms, %-9s: %zu clicks each, ~%.0f s\n", number, nominalMs,
+                 busyCore ? "busy core" : "idle", clicks,
+                 static_cast<double>(nominalMs * static_cast<long>(clicks)) / 1000.0);
+    const std::string tag = o_.workDir + "/" + std::to_string(number) + "-" +
+                            std::to_string(nominalMs) + (busyCore ? "-busy" : "-idle");
+    std::vector<std::string> vorrikArgv = unprivileged();
+    vorrikArgv.insert(vorrikArgv.end(),
+                      {o_.clicker, "--setting", std::to_string(nominalMs - kPressMs), "--clicks",
+                       std::to_string(clicks)});
+    if (idleWatch) {
+      vorrikArgv.insert(vorrikArgv.end(), {"--idle-seconds", "3"});
+    }
+    vorrikArgv.insert(vorrikArgv.end(), o_.clickerFlags.begin(), o_.clickerFlags.end());
+    std::vector<std::string> referenceArgv = unprivileged();
+    referenceArgv.insert(referenceArgv.end(),
+                         {kReferenceTool, "click", "--repeat", std::to_string(clicks), "--delay",
+                          std::to_string(nominalMs), "1"});
+
+    std::optional<BusyCore> load;
+    if (busyCore) {
+      load.emplace();
+    }
+    vorrikReceiver_.reset();
+    referenceReceiver_.reset();
+    const auto env = [&](const std::string& display, const std::string& log) {
+      return std::vector<std::string>{"DISPLAY=" + display, "LD_PRELOAD=" + o_.shim,
+                                      "VORRIK_FLUSH_LOG=" + log};
+    };
+    const auto vorrikPid =
+        spawnChild(vorrikArgv, env(o_.vorrikDisplay, tag + "-vorrik.flush"), tag + "-vorrik.out");
+    const auto referencePid = spawnChild(
+        referenceArgv, env(o_.referenceDisplay, tag + "-reference.flush"), tag + "-reference.out");
+    const auto vorrikRun = vorrikPid ? waitChild(*vorrikPid) : std::nullopt;
+    const auto referenceRun = referencePid ? waitChild(*referencePid) : std::nullopt;
+    load.reset();
+    if (!vorrikRun || vorrikRun->exitCode != 0 || !referenceRun || referenceRun->exitCode != 0) {
+      std::fprintf(stderr, "  a clicker failed; see %s-*.out\n", tag.c_str());
+      return std::nullopt;
+    }
+    vorrikReceiver_.waitFor(clicks, 2s);
+    referenceReceiver_.waitFor(clicks, 2s);
+
+    PairedRound r;
+    r.round = number;
+    r.nominalMs = static_cast<double>(nominalMs);
+    r.busyCore = busyCore;
+    r.vorrik = side(tag + "-vorrik.flush", vorrikReceiver_, clicks, r.nominalMs);
+    r.reference = side(tag + "-reference.flush", referenceReceiver_, clicks, r.nominalMs);
+    facts_ = readFacts(tag + "-vorrik.out");
+    return r;
+  }
+
+  [[nodiscard]] const std::map<std::string, std::string>& lastFacts() const { return facts_; }
+
+ private:
+  static ClickerRun side(const std::string& flushLog, const PressReceiver& receiver,
+                         std::size_t clicks, double nominal) {
+    const FlushLog log = readFlushLog(flushLog);
+    ClickerRun run;
+    run.source = summarise(log.presses, log.releases, nominal);
+    const auto presses = receiver.presses();
+    const auto releases = receiver.releases();
+    run.receiver = summarise(presses, releases, nominal);
+    if (log.cpu && !log.presses.empty()) {
+      run.cpuUsPerClick =
+          std::chrono::duration<double, std::micro>(*log.cpu).count() / static_cast<double>(clicks);
+    }
+    return run;
+  }
+
+  Options o_;
+  PressReceiver& vorrikReceiver_;
+  PressReceiver& referenceReceiver_;
+  std::map<std::string, std::string> facts_;
+};
+
+std::string machine() {
+  utsname name{};
+  uname(&name);
+  return std::string(name.nodename) + ", " + name.machine + ", " +
+         std::to_string(sysconf(_SC_NPROCESSORS_ONLN)) + " CPUs";
+}
+
+int run(const Options& options) {
+  // Before any thread of ours exists: the two receivers each hold a connection.
   std::string error;
-  auto receiver = PressReceiver::open(display, error);
-  if (!receiver) {
+  auto vorrikReceiver = PressReceiver::open(options.vorrikDisplay.c_str(), error);
+  auto referenceReceiver =
+      vorrikReceiver ? PressReceiver::open(options.referenceDisplay.c_str(), error) : nullptr;
+  if (!vorrikReceiver || !referenceReceiver) {
     std::cerr << "vorrik_click_timing: " << error << "\n";
     return 2;
   }
-  bool realtime = false;
-  if (options.realtimeMeasure) {
-    std::string why;
-    realtime = receiver->raisePriority(why);
-    if (!realtime) {
-      std::cerr << "vorrik_click_timing: " << why << "\n";
-    }
-  }
-  Bench bench(options, *receiver);
-  if (!bench.ready()) {
-    return 2;
-  }
-
-  BenchResults results;
-  results.display = display;
-  results.measuringPath = realtime ? "X server and receiver at SCHED_FIFO 2, above the engine"
-                                   : "X server and receiver at normal priority";
-  if (options.steadyTimeline) {
-    results.variants.emplace_back("steady-timeline");
-  }
-  if (options.cachedPointer) {
-    results.variants.emplace_back("cached-pointer");
-  }
-  std::cerr << "Measuring (cases run one after another):\n  machine floor: 300 sleeps, ~3 s\n";
+  PairedBench bench(options, *vorrikReceiver, *referenceReceiver);
+  PairedResults results;
+  results.setup = bench.setup();
+  std::cerr << "Measuring on " << machine() << ", " << options.rounds
+            << " rounds (both clickers at once in each):\n  machine floor: 300 sleeps, ~3 s\n";
   results.wakeFloor = measureWakeFloor(300, 10ms);
-  // Busy-core cases first, so that each idle engine case sits right next to the reference case
-  // it is compared with, and the engine stays idle through the last, longest reference case.
-  results.cases.push_back(bench.engineCase(50, true));
-  results.cases.push_back(bench.engineCase(120, true));
-  results.cases.push_back(bench.engineCase(50, false));
-  results.cases.push_back(bench.referenceCase(50 + static_cast<std::int64_t>(kClickMs), false));
-  results.cases.push_back(bench.engineCase(120, false));
-  results.rssKiB = statusKiB("VmRSS");
-  results.peakRssKiB = statusKiB("VmHWM");
-  bench.beginIdleWatch();
-  results.cases.push_back(bench.referenceCase(120 + static_cast<std::int64_t>(kClickMs), false));
-  if (options.referenceBusy) {
-    results.cases.push_back(bench.referenceCase(50 + static_cast<std::int64_t>(kClickMs), true));
-    results.cases.push_back(bench.referenceCase(120 + static_cast<std::int64_t>(kClickMs), true));
-  }
-  bench.endIdleWatch(results);
 
-  const Targets targets;
-  const std::string json = formatJson(results, targets);
-  std::cout << "\n" << formatTable(results, targets) << "\n" << json;
-  if (!options.jsonPath.empty()) {
-    std::ofstream file(options.jsonPath);
-    file << json;
-    if (!file) {
-      std::cerr << "vorrik_click_timing: cannot write " << options.jsonPath << "\n";
+  bool complete = true;
+  for (int number = 1; number <= options.rounds; ++number) {
+    for (const long nominal : {58L, 128L}) {
+      for (const bool busy : {false, true}) {
+        const bool idleWatch = number == 1 && nominal == 58 && !busy;
+        auto r = bench.round(number, nominal, busy, idleWatch);
+        if (!r) {
+          complete = false;
+          continue;
+        }
+        results.rounds.push_back(std::move(*r));
+        const auto& facts = bench.lastFacts();
+        if (idleWatch && facts.contains("idle_wakeups")) {
+          results.idleWakeups = std::stoull(facts.at("idle_wakeups"));
+          results.idleSeconds = std::stod(facts.at("idle_seconds"));
+        }
+        if (facts.contains("rss_kib")) {
+          results.rssKiB = std::stol(facts.at("rss_kib"));
+          results.peakRssKiB = std::stol(facts.at("peak_rss_kib"));
+        }
+        if (facts.contains("realtime")) {
+          const std::string& grant = facts.at("realtime");
+          results.realtime = grant == "none" ? "not granted (SCHED_FIFO and RealtimeKit both "
+                                               "refused); Vorrik ran at normal priority"
+                             : grant == "RealtimeKit" ? "granted by RealtimeKit"
+                                                      : "granted directly (SCHED_FIFO)";
+        }
+      }
     }
   }
-  std::cout << formatRatioLine(results, 120 + kClickMs) << std::endl;
-
-  for (const auto& timing : results.cases) {
-    if (timing.summary.presses < timing.expectedPresses) {
-      return 1;
+  std::cout << "\n" << formatRounds(results) << "\n" << formatPooled(results, Targets{});
+  std::cout.flush();
+  for (const PairedRound& r : results.rounds) {
+    for (const ClickerRun* run : {&r.vorrik, &r.reference}) {
+      complete = complete && run->source.presses == options.periods + 1 &&
+                 run->receiver.presses == options.periods + 1;
     }
   }
-  return 0;
+  return complete ? 0 : 1;
 }
 
 }  // namespace

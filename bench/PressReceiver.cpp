@@ -6,10 +6,7 @@
 #include <X11/Xlib.h>
 #include <X11/extensions/XInput2.h>
 #include <poll.h>
-#include <pthread.h>
-#include <sched.h>
 #include <sys/eventfd.h>
-#include <sys/socket.h>
 #include <unistd.h>
 #include <ctime>
 
@@ -62,6 +59,7 @@ std::unique_ptr<PressReceiver> PressReceiver::open(const char* display, std::str
   // Master devices only: each press then arrives once, whichever slave (XTEST included) made it.
   std::array<unsigned char, XIMaskLen(XI_LASTEVENT)> bits{};
   XISetMask(bits.data(), XI_RawButtonPress);
+  XISetMask(bits.data(), XI_RawButtonRelease);
   XIEventMask mask{XIAllMasterDevices, static_cast<int>(bits.size()), bits.data()};
   XISelectEvents(dpy, DefaultRootWindow(dpy), &mask, 1);
   XSync(dpy, False);
@@ -77,10 +75,6 @@ std::unique_ptr<PressReceiver> PressReceiver::open(const char* display, std::str
 PressReceiver::PressReceiver(std::unique_ptr<Connection> connection)
     : connection_(std::move(connection)) {
   thread_ = std::thread([this] { run(); });
-  clockid_t clock{};
-  if (pthread_getcpuclockid(thread_.native_handle(), &clock) == 0) {
-    cpuClock_ = clock;
-  }
 }
 
 PressReceiver::~PressReceiver() {
@@ -105,10 +99,11 @@ void PressReceiver::run() {
       if (!XGetEventData(dpy, cookie)) {
         continue;
       }
-      if (cookie->evtype == XI_RawButtonPress &&
+      const bool press = cookie->evtype == XI_RawButtonPress;
+      if ((press || cookie->evtype == XI_RawButtonRelease) &&
           static_cast<const XIRawEvent*>(cookie->data)->detail == kLeftButton) {
         const std::lock_guard lock(mutex_);
-        presses_.push_back(readAt);
+        (press ? presses_ : releases_).push_back(readAt);
         changed_.notify_all();
       }
       XFreeEventData(dpy, cookie);
@@ -125,6 +120,7 @@ void PressReceiver::run() {
 void PressReceiver::reset() {
   const std::lock_guard lock(mutex_);
   presses_.clear();
+  releases_.clear();
 }
 
 std::vector<std::chrono::nanoseconds> PressReceiver::presses() const {
@@ -132,37 +128,14 @@ std::vector<std::chrono::nanoseconds> PressReceiver::presses() const {
   return presses_;
 }
 
+std::vector<std::chrono::nanoseconds> PressReceiver::releases() const {
+  const std::lock_guard lock(mutex_);
+  return releases_;
+}
+
 bool PressReceiver::waitFor(std::size_t count, std::chrono::milliseconds timeout) const {
   std::unique_lock lock(mutex_);
-  return changed_.wait_for(lock, timeout, [&] { return presses_.size() >= count; });
-}
-
-bool PressReceiver::raisePriority(std::string& error) {
-  // The engine's worker asks for the lowest SCHED_FIFO priority; the measuring path goes above.
-  sched_param param{};
-  param.sched_priority = sched_get_priority_min(SCHED_FIFO) + 1;
-  ucred server{};
-  socklen_t length = sizeof server;
-  if (getsockopt(ConnectionNumber(connection_->display), SOL_SOCKET, SO_PEERCRED, &server,
-                 &length) != 0 ||
-      server.pid <= 0) {
-    error = "cannot find the X server's process";
-    return false;
-  }
-  if (sched_setscheduler(server.pid, SCHED_FIFO, &param) != 0) {
-    error = "cannot give the X server real-time priority";
-    return false;
-  }
-  if (pthread_setschedparam(thread_.native_handle(), SCHED_FIFO, &param) != 0) {
-    error = "cannot give the receiver real-time priority";
-    return false;
-  }
-  return true;
-}
-
-std::chrono::nanoseconds PressReceiver::threadCpuTime() const {
-  // The thread is joined only by the destructor, so its clock stays valid until then.
-  return cpuClock_ ? readClock(*cpuClock_) : std::chrono::nanoseconds{};
+  return changed_.wait_for(lock, timeout, [&] { return releases_.size() >= count; });
 }
 
 }  // namespace vorrik::bench

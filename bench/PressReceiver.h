@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -15,11 +14,12 @@
 
 namespace vorrik::bench {
 
-// Timestamps every left-button press on an X display as the receiving client reads it.
+// Timestamps every left-button press and release on an X display as the receiving client reads
+// it.
 //
 // It listens for XInput 2.2 raw button presses on the root window, which reach every client
 // selecting them whatever window is under the pointer and whichever client holds a grab, and it
-// keeps the presses of the XTEST devices that synthesised clicks come from. A dedicated thread
+// keeps the events of the XTEST devices that synthesised clicks come from. A dedicated thread
 // blocks in poll() on its own X connection and reads CLOCK_MONOTONIC once per event it reads.
 class PressReceiver {
  public:
@@ -31,17 +31,14 @@ class PressReceiver {
   PressReceiver(const PressReceiver&) = delete;
   PressReceiver& operator=(const PressReceiver&) = delete;
 
-  // Forgets the presses seen so far.
+  // Forgets the events seen so far.
   void reset();
   // The presses since the last reset, on CLOCK_MONOTONIC, in the order they were read.
   std::vector<std::chrono::nanoseconds> presses() const;
-  // Waits until at least count presses have been seen since the last reset; false on timeout.
+  // The releases since the last reset, likewise.
+  std::vector<std::chrono::nanoseconds> releases() const;
+  // Waits until at least count releases have been seen since the last reset; false on timeout.
   bool waitFor(std::size_t count, std::chrono::milliseconds timeout) const;
-  // Moves the X server (found as the peer of the receiver's socket) and the receiving thread to
-  // SCHED_FIFO above the engine's worker; false, with why in error, when either move failed.
-  bool raisePriority(std::string& error);
-  // CPU time the receiving thread has used, so that it can be left out of the engine's share.
-  std::chrono::nanoseconds threadCpuTime() const;
 
  private:
   struct Connection;
@@ -52,8 +49,8 @@ class PressReceiver {
   mutable std::mutex mutex_;
   mutable std::condition_variable changed_;
   std::vector<std::chrono::nanoseconds> presses_;
+  std::vector<std::chrono::nanoseconds> releases_;
   std::thread thread_;
-  std::optional<clockid_t> cpuClock_;
 };
 
 }  // namespace vorrik::bench

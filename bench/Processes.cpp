@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Processes.h"
 
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -11,6 +12,7 @@
 #include <cstdint>
 #include <fstream>
 #include <sstream>
+#include <string_view>
 
 namespace vorrik::bench {
 
@@ -51,18 +53,49 @@ BusyCore::~BusyCore() {
   waitpid(pid_, nullptr, 0);
 }
 
-std::optional<ChildRun> runChild(const std::vector<std::string>& argv) {
+std::optional<pid_t> spawnChild(const std::vector<std::string>& argv,
+                                const std::vector<std::string>& extraEnv,
+                                const std::string& outputPath) {
   std::vector<char*> args;
   args.reserve(argv.size() + 1);
   for (const auto& arg : argv) {
     args.push_back(const_cast<char*>(arg.c_str()));
   }
   args.push_back(nullptr);
+  std::vector<char*> env;
+  for (char** e = environ; *e != nullptr; ++e) {
+    const std::string_view entry(*e);
+    bool overridden = false;
+    for (const auto& extra : extraEnv) {
+      const auto name = extra.substr(0, extra.find('=') + 1);
+      overridden = overridden || entry.starts_with(name);
+    }
+    if (!overridden) {
+      env.push_back(*e);
+    }
+  }
+  for (const auto& extra : extraEnv) {
+    env.push_back(const_cast<char*>(extra.c_str()));
+  }
+  env.push_back(nullptr);
 
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  if (!outputPath.empty()) {
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outputPath.c_str(),
+                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_adddup2(&actions, STDOUT_FILENO, STDERR_FILENO);
+  }
   pid_t pid = -1;
-  if (posix_spawnp(&pid, args[0], nullptr, nullptr, args.data(), environ) != 0) {
+  const int failed = posix_spawnp(&pid, args[0], &actions, nullptr, args.data(), env.data());
+  posix_spawn_file_actions_destroy(&actions);
+  if (failed != 0) {
     return std::nullopt;
   }
+  return pid;
+}
+
+std::optional<ChildRun> waitChild(pid_t pid) {
   int status = 0;
   rusage usage{};
   if (wait4(pid, &status, 0, &usage) != pid) {
@@ -72,6 +105,11 @@ std::optional<ChildRun> runChild(const std::vector<std::string>& argv) {
   run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   run.cpuTime = cpuOf(usage);
   return run;
+}
+
+std::optional<ChildRun> runChild(const std::vector<std::string>& argv) {
+  const auto pid = spawnChild(argv);
+  return pid ? waitChild(*pid) : std::nullopt;
 }
 
 std::chrono::nanoseconds processCpuTime() {

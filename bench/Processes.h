@@ -29,6 +29,14 @@ struct ChildRun {
   std::chrono::nanoseconds cpuTime{0};
 };
 
+// Starts argv (the program looked up on PATH) with this process's environment plus extraEnv
+// ("NAME=value", overriding), its stdout and stderr into outputPath when that is not empty;
+// nothing when it could not start.
+std::optional<pid_t> spawnChild(const std::vector<std::string>& argv,
+                                const std::vector<std::string>& extraEnv = {},
+                                const std::string& outputPath = {});
+// Waits for a child from spawnChild to end; nothing when it cannot be waited for.
+std::optional<ChildRun> waitChild(pid_t pid);
 // Runs argv (the program looked up on PATH) to completion; nothing when it could not start.
 std::optional<ChildRun> runChild(const std::vector<std::string>& argv);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -37,6 +38,21 @@ INSTANTIATE_TEST_SUITE_P(
                     // Killed by a signal: 128 + its number, as a shell reports it.
                     ChildCase{"Killed", {"sh", "-c", "kill -9 $$"}, 137}),
     [](const auto& info) { return std::string(info.param.name); });
+
+TEST(SpawnChild, AddsToTheEnvironmentAndCapturesTheOutput) {
+  const std::string out = testing::TempDir() + "/spawn.out";
+  const auto pid = spawnChild({"sh", "-c", "echo \"$VORRIK_X $HOME\"; echo oops >&2"},
+                              {"VORRIK_X=one", "HOME=/nowhere"}, out);
+  ASSERT_TRUE(pid);
+  ASSERT_TRUE(waitChild(*pid));
+  std::ifstream file(out);
+  std::string first;
+  std::string second;
+  std::getline(file, first);
+  std::getline(file, second);
+  EXPECT_EQ(first, "one /nowhere");
+  EXPECT_EQ(second, "oops");
+}
 
 TEST(RunChild, IsNothingForAProgramThatDoesNotExist) {
   EXPECT_FALSE(runChild({"vorrik-no-such-program"}));

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
+#include <functional>
 
 namespace vorrik::bench {
 
@@ -23,54 +24,70 @@ namespace {
   return out;
 }
 
-std::string jsonString(const std::string& text) {
-  std::string out = "\"";
-  for (char c : text) {
-    if (c == '"' || c == '\\') {
-      out += '\\';
-    }
-    if (static_cast<unsigned char>(c) < 0x20) {
-      out += fmt("\\u%04x", c);
-      continue;
-    }
-    out += c;
-  }
-  return out + "\"";
-}
-
-std::string jsonNumber(std::optional<double> value, int decimals = 3) {
-  if (!value || !std::isfinite(*value)) {
-    return "null";
-  }
-  return fmt("%.*f", decimals, *value);
-}
-
-const TimingCase* findCase(const BenchResults& results, bool reference, double nominalMs,
-                           bool busyCore) {
-  for (const auto& timing : results.cases) {
-    if (timing.reference == reference && timing.busyCore == busyCore &&
-        std::abs(timing.summary.nominalMs - nominalMs) < 1e-9) {
-      return &timing;
-    }
-  }
-  return nullptr;
+std::string ratioText(std::optional<double> ratio) {
+  return ratio ? fmt("%.2f", *ratio) : std::string("n/a");
 }
 
 std::string loadName(bool busyCore) {
   return busyCore ? "busy core" : "idle";
 }
 
-std::string verdict(const TimingCase& timing, const Targets& targets) {
-  if (timing.reference) {
-    return "reference";
+const char* const kRowFormat =
+    "%-5s %7s %-9s %-8s %-8s %6s %9s %7s %6s %6s %6s %7s %6s %7s %6s %9s %9s\n";
+
+std::string header() {
+  return fmt(kRowFormat, "round", "nominal", "load", "clicker", "at", "presses", "median", "bias",
+             "jit50", "jit99", "jitmax", "hold", "hjit99", "gap", "gjit99", "shortest",
+             "cpu/click");
+}
+
+std::string row(const std::string& round, double nominalMs, const std::string& load,
+                const char* clicker, const char* at, const Series& s, std::optional<double> cpuUs) {
+  const Jitter period = s.periodJitter();
+  return fmt(kRowFormat, round.c_str(), fmt("%.0f", nominalMs).c_str(), load.c_str(), clicker, at,
+             fmt("%zu", s.presses).c_str(), fmt("%.3f", s.medianPeriodMs).c_str(),
+             fmt("%+.3f", s.biasMs()).c_str(), fmt("%.3f", period.p50Ms).c_str(),
+             fmt("%.3f", period.p99Ms).c_str(), fmt("%.3f", period.maxMs).c_str(),
+             fmt("%.3f", s.medianHoldMs).c_str(), fmt("%.3f", s.holdJitter().p99Ms).c_str(),
+             fmt("%.3f", s.medianGapMs).c_str(), fmt("%.3f", s.gapJitter().p99Ms).c_str(),
+             fmt("%.3f", s.shortestMs()).c_str(), cpuUs ? fmt("%.0f us", *cpuUs).c_str() : "n/a");
+}
+
+// The four rows of one round or pool: each clicker at the source and at the receiver.
+std::string rows(const std::string& round, double nominalMs, const std::string& load,
+                 const ClickerRun& vorrik, const ClickerRun& reference) {
+  return row(round, nominalMs, load, "Vorrik", "source", vorrik.source, vorrik.cpuUsPerClick) +
+         row(round, nominalMs, load, "ref", "source", reference.source, reference.cpuUsPerClick) +
+         row(round, nominalMs, load, "Vorrik", "receiver", vorrik.receiver, std::nullopt) +
+         row(round, nominalMs, load, "ref", "receiver", reference.receiver, std::nullopt);
+}
+
+using RoundFilter = std::function<bool(const PairedRound&)>;
+
+// Pools the matching rounds; the CPU figure is the mean over the rounds that have one.
+ClickerRun pooled(const std::vector<PairedRound>& rounds, const RoundFilter& keep,
+                  ClickerRun PairedRound::*clicker) {
+  std::vector<const Series*> sources;
+  std::vector<const Series*> receivers;
+  double cpu = 0;
+  int cpuRounds = 0;
+  for (const PairedRound& r : rounds) {
+    if (!keep(r)) {
+      continue;
+    }
+    const ClickerRun& run = r.*clicker;
+    sources.push_back(&run.source);
+    receivers.push_back(&run.receiver);
+    if (run.cpuUsPerClick) {
+      cpu += *run.cpuUsPerClick;
+      ++cpuRounds;
+    }
   }
-  const auto missed = shortfalls(timing, targets);
-  if (missed.empty()) {
-    return "met";
-  }
-  std::string out = "MISSED:";
-  for (const auto& what : missed) {
-    out += " " + what;
+  ClickerRun out;
+  out.source = pool(sources);
+  out.receiver = pool(receivers);
+  if (cpuRounds > 0) {
+    out.cpuUsPerClick = cpu / cpuRounds;
   }
   return out;
 }
@@ -79,94 +96,117 @@ std::string metOrMissed(bool met) {
   return met ? "met" : "MISSED";
 }
 
-std::string spread(const Spread& s) {
-  return fmt("%.3f/%.3f", s.medianMs, s.p99Ms);
-}
-
-std::string jsonSpread(const Spread& s) {
-  return "{\"median\": " + jsonNumber(s.medianMs) + ", \"p99\": " + jsonNumber(s.p99Ms) + "}";
-}
-
-const char* const breakdownFormat = "%7s %-9s %13s %13s %13s %9s %10s %13s\n";
-
 }  // namespace
 
-std::vector<std::string> shortfalls(const TimingCase& timing, const Targets& targets) {
-  std::vector<std::string> missed;
-  const auto& s = timing.summary;
-  if (s.presses < timing.expectedPresses || s.periods == 0) {
-    missed.emplace_back("presses");
-  }
-  if (std::abs(s.biasMs) > targets.maxAbsBiasMs) {
-    missed.emplace_back("bias");
-  }
-  const double maxP99 = timing.busyCore ? targets.maxP99BusyMs : targets.maxP99IdleMs;
-  if (s.jitterP99Ms > maxP99) {
-    missed.emplace_back("p99");
-  }
-  return missed;
-}
-
-std::optional<double> jitterRatio(const BenchResults& results, double nominalMs, bool busyCore) {
-  const TimingCase* ours = findCase(results, false, nominalMs, busyCore);
-  const TimingCase* theirs = findCase(results, true, nominalMs, busyCore);
-  if (ours == nullptr || theirs == nullptr || ours->summary.periods == 0 ||
-      theirs->summary.periods == 0 || ours->summary.jitterP99Ms <= 0) {
+std::optional<double> p99Ratio(const Series& reference, const Series& vorrik) {
+  const double ours = vorrik.periodJitter().p99Ms;
+  if (reference.periods.empty() || vorrik.periods.empty() || ours <= 0) {
     return std::nullopt;
   }
-  return theirs->summary.jitterP99Ms / ours->summary.jitterP99Ms;
+  return reference.periodJitter().p99Ms / ours;
 }
 
-std::string formatTable(const BenchResults& results, const Targets& targets) {
+std::string formatRounds(const PairedResults& results) {
   std::string out =
-      fmt("Press-to-press periods on a private X server (%s), in ms\n", results.display.c_str());
-  const char* rowFormat = "%-8s %7s %-9s %7s %9s %8s %7s %6s %6s %6s %8s  %s\n";
-  out += fmt(rowFormat, "clicker", "setting", "load", "nominal", "presses", "median", "bias",
-             "jit50", "jit99", "jitmax", "cpu/1k", "target");
-  for (const auto& t : results.cases) {
-    const auto& s = t.summary;
-    out += fmt(
-        rowFormat, t.clicker.c_str(), fmt("%lld", static_cast<long long>(t.settingMs)).c_str(),
-        loadName(t.busyCore).c_str(), fmt("%.0f", s.nominalMs).c_str(),
-        fmt("%zu/%zu", s.presses, t.expectedPresses).c_str(), fmt("%.3f", s.medianPeriodMs).c_str(),
-        fmt("%+.3f", s.biasMs).c_str(), fmt("%.3f", s.jitterMedianMs).c_str(),
-        fmt("%.3f", s.jitterP99Ms).c_str(), fmt("%.3f", s.jitterMaxMs).c_str(),
-        t.cpuMsPer1000 ? fmt("%.1f", *t.cpuMsPer1000).c_str() : "n/a", verdict(t, targets).c_str());
+      "Paired rounds: both clickers at once, each on its own X server; times in ms. 'source' is\n"
+      "when each event left the program (its flush returned), 'receiver' when a client read it.\n"
+      "Jitter is each period's distance from the round's median period; hold runs from a press\n"
+      "to its release, gap from the release to the next press.\n";
+  out += header();
+  for (const PairedRound& r : results.rounds) {
+    out += rows(std::to_string(r.round), r.nominalMs, loadName(r.busyCore), r.vorrik, r.reference);
   }
-  out +=
-      fmt("targets: |bias| <= %.1f; jit99 <= %.1f idle, <= %.1f with a busy core; "
-          "reference jit99 / Vorrik jit99 >= %.0f\n",
-          targets.maxAbsBiasMs, targets.maxP99IdleMs, targets.maxP99BusyMs, targets.minRatio);
+  out += "\np99 ratio (reference / Vorrik) per round:\n";
+  for (const PairedRound& r : results.rounds) {
+    out += fmt("  round %d, %3.0f ms, %-9s: source %s, receiver %s\n", r.round, r.nominalMs,
+               loadName(r.busyCore).c_str(),
+               ratioText(p99Ratio(r.reference.source, r.vorrik.source)).c_str(),
+               ratioText(p99Ratio(r.reference.receiver, r.vorrik.receiver)).c_str());
+  }
+  return out;
+}
 
-  for (const auto& t : results.cases) {
-    if (!t.reference) {
-      continue;
+std::string formatPooled(const PairedResults& results, const Targets& targets) {
+  std::string out = "Pooled over the rounds (" + results.setup + "):\n" + header();
+  struct Condition {
+    double nominalMs;
+    bool busyCore;
+  };
+  std::vector<Condition> conditions;
+  for (const PairedRound& r : results.rounds) {
+    bool seen = false;
+    for (const Condition& c : conditions) {
+      seen = seen || (c.nominalMs == r.nominalMs && c.busyCore == r.busyCore);
     }
-    const auto ratio = jitterRatio(results, t.summary.nominalMs, t.busyCore);
-    out += fmt("p99 jitter ratio at %.0f ms, %s: %s (%s)\n", t.summary.nominalMs,
-               loadName(t.busyCore).c_str(), ratio ? fmt("%.2f", *ratio).c_str() : "n/a",
-               metOrMissed(ratio && *ratio >= targets.minRatio).c_str());
+    if (!seen) {
+      conditions.push_back({r.nominalMs, r.busyCore});
+    }
   }
-  bool header = false;
-  for (const auto& t : results.cases) {
-    if (!t.breakdown) {
-      continue;
+  std::string verdicts;
+  bool biasMet = true;
+  bool shortAtSource = true;
+  bool shortAtReceiver = true;
+  for (const Condition& c : conditions) {
+    const RoundFilter keep = [c](const PairedRound& r) {
+      return r.nominalMs == c.nominalMs && r.busyCore == c.busyCore;
+    };
+    const ClickerRun vorrik = pooled(results.rounds, keep, &PairedRound::vorrik);
+    const ClickerRun reference = pooled(results.rounds, keep, &PairedRound::reference);
+    out += rows("all", c.nominalMs, loadName(c.busyCore), vorrik, reference);
+    int met = 0;
+    int rounds = 0;
+    for (const PairedRound& r : results.rounds) {
+      if (keep(r)) {
+        ++rounds;
+        const auto ratio = p99Ratio(r.reference.source, r.vorrik.source);
+        met += ratio && *ratio >= targets.minSourceRatio ? 1 : 0;
+      }
     }
-    if (!header) {
-      out += "\nWhere the engine's time goes (median / p99, ms):\n";
-      out += fmt(breakdownFormat, "setting", "load", "timer late", "pointer", "press held",
-                 "bias@post", "jit99@post", "post->recv");
-      header = true;
+    const auto receiverRatio = p99Ratio(reference.receiver, vorrik.receiver);
+    verdicts +=
+        fmt("  %3.0f ms, %-9s: source p99 ratio >= %.0f in %d of %d rounds (%s); receiver pooled "
+            "ratio %s\n",
+            c.nominalMs, loadName(c.busyCore).c_str(), targets.minSourceRatio, met, rounds,
+            metOrMissed(met >= std::min(targets.roundsNeeded, rounds)).c_str(),
+            ratioText(receiverRatio).c_str());
+    for (const Series* s : {&vorrik.source, &vorrik.receiver}) {
+      biasMet = biasMet && std::abs(s->biasMs()) <= targets.maxAbsBiasMs;
     }
-    const Breakdown& b = *t.breakdown;
-    out += fmt(breakdownFormat, fmt("%lld", static_cast<long long>(t.settingMs)).c_str(),
-               loadName(t.busyCore).c_str(), spread(b.timerLate).c_str(),
-               spread(b.pointerQuery).c_str(), spread(b.pressHeld).c_str(),
-               fmt("%+.3f", b.atPost.biasMs).c_str(), fmt("%.3f", b.atPost.jitterP99Ms).c_str(),
-               spread(b.postToReceiver).c_str());
+    shortAtSource = shortAtSource && vorrik.source.shortestMs() >= c.nominalMs - targets.maxShortMs;
+    shortAtReceiver =
+        shortAtReceiver && vorrik.receiver.shortestMs() >= c.nominalMs - targets.maxShortMs;
   }
-  if (header) {
-    out += "\n";
+  const RoundFilter all = [](const PairedRound&) { return true; };
+  const ClickerRun vorrik = pooled(results.rounds, all, &PairedRound::vorrik);
+  const ClickerRun reference = pooled(results.rounds, all, &PairedRound::reference);
+  const auto sourceRatio = p99Ratio(reference.source, vorrik.source);
+  const auto receiverRatio = p99Ratio(reference.receiver, vorrik.receiver);
+
+  out += "\nTargets:\n" + verdicts;
+  out += fmt("  receiver p99, all rounds pooled: Vorrik %.3f, reference %.3f (%s)\n",
+             vorrik.receiver.periodJitter().p99Ms, reference.receiver.periodJitter().p99Ms,
+             metOrMissed(receiverRatio && *receiverRatio >= targets.minReceiverRatio).c_str());
+  out += fmt("  Vorrik |bias| <= %.2f ms at source and receiver: %s\n", targets.maxAbsBiasMs,
+             metOrMissed(biasMet).c_str());
+  out += fmt(
+      "  no Vorrik period shorter than nominal by more than %.2f ms: at the source %s, "
+      "at the receiver %s\n",
+      targets.maxShortMs, metOrMissed(shortAtSource).c_str(), metOrMissed(shortAtReceiver).c_str());
+  if (vorrik.cpuUsPerClick && reference.cpuUsPerClick) {
+    out += fmt("  CPU per click: Vorrik %.0f us, reference %.0f us (%s)\n", *vorrik.cpuUsPerClick,
+               *reference.cpuUsPerClick,
+               metOrMissed(*vorrik.cpuUsPerClick <= *reference.cpuUsPerClick).c_str());
+  }
+  if (results.idleWakeups) {
+    out += fmt("  worker wake-ups in %.0f s idle after a stop: %llu (%s)\n", results.idleSeconds,
+               static_cast<unsigned long long>(*results.idleWakeups),
+               metOrMissed(*results.idleWakeups <= targets.maxIdleWakeups).c_str());
+  }
+  out += "real-time priority: " + results.realtime + "\n";
+  if (results.rssKiB) {
+    out += fmt("resident memory of the clicking process: %.1f MiB (peak %.1f MiB)\n",
+               static_cast<double>(*results.rssKiB) / 1024.0,
+               static_cast<double>(results.peakRssKiB.value_or(*results.rssKiB)) / 1024.0);
   }
   if (results.wakeFloor) {
     const WakeFloor& f = *results.wakeFloor;
@@ -176,96 +216,9 @@ std::string formatTable(const BenchResults& results, const Targets& targets) {
             f.realtime ? "SCHED_FIFO" : "normal-priority", f.late.medianMs, f.late.p99Ms,
             f.maxLateMs, f.wakeups);
   }
-  if (results.rssKiB) {
-    out += fmt("resident memory: %.1f MiB (peak %.1f MiB), receiver and X connections included\n",
-               static_cast<double>(*results.rssKiB) / 1024.0,
-               static_cast<double>(results.peakRssKiB.value_or(*results.rssKiB)) / 1024.0);
-  }
-  if (results.idleWakeups) {
-    out += fmt("worker wake-ups in %.1f s idle after a stop: %llu (%s)\n", results.idleSeconds,
-               static_cast<unsigned long long>(*results.idleWakeups),
-               metOrMissed(*results.idleWakeups <= targets.maxIdleWakeups).c_str());
-  }
+  out += "source p99 ratio (reference / Vorrik), pooled: " + ratioText(sourceRatio) + "\n";
+  out += "receiver p99 ratio (reference / Vorrik), pooled: " + ratioText(receiverRatio) + "\n";
   return out;
-}
-
-std::string formatJson(const BenchResults& results, const Targets& targets) {
-  std::string out = "{\n  \"display\": " + jsonString(results.display) +
-                    ",\n  \"measuringPath\": " + jsonString(results.measuringPath) +
-                    ",\n  \"variants\": [";
-  for (std::size_t i = 0; i < results.variants.size(); ++i) {
-    out += (i == 0 ? "" : ", ") + jsonString(results.variants[i]);
-  }
-  out += "],\n  \"cases\": [";
-  const char* separator = "\n";
-  for (const auto& t : results.cases) {
-    const auto& s = t.summary;
-    const auto missed = shortfalls(t, targets);
-    out += separator;
-    separator = ",\n";
-    out += "    {\"clicker\": " + jsonString(t.clicker) +
-           fmt(", \"reference\": %s, \"settingMs\": %lld, \"load\": %s, \"nominalMs\": %.3f, "
-               "\"presses\": %zu, \"expectedPresses\": %zu, \"periods\": %zu, ",
-               t.reference ? "true" : "false", static_cast<long long>(t.settingMs),
-               jsonString(t.busyCore ? "busy_core" : "idle").c_str(), s.nominalMs, s.presses,
-               t.expectedPresses, s.periods) +
-           "\"medianPeriodMs\": " + jsonNumber(s.medianPeriodMs) +
-           ", \"biasMs\": " + jsonNumber(s.biasMs) + R"(, "jitterMs": {"median": )" +
-           jsonNumber(s.jitterMedianMs) + ", \"p99\": " + jsonNumber(s.jitterP99Ms) +
-           ", \"max\": " + jsonNumber(s.jitterMaxMs) + "}" +
-           ", \"cpuMsPer1000Clicks\": " + jsonNumber(t.cpuMsPer1000, 1);
-    if (!t.reference) {
-      out += fmt(", \"meetsTargets\": %s", missed.empty() ? "true" : "false");
-    }
-    if (t.breakdown) {
-      const Breakdown& b = *t.breakdown;
-      out += R"(, "breakdown": {"timerLateMs": )" + jsonSpread(b.timerLate) +
-             ", \"pointerQueryMs\": " + jsonSpread(b.pointerQuery) +
-             ", \"pressHeldMs\": " + jsonSpread(b.pressHeld) +
-             ", \"biasAtPostMs\": " + jsonNumber(b.atPost.biasMs) +
-             ", \"jitterP99AtPostMs\": " + jsonNumber(b.atPost.jitterP99Ms) +
-             ", \"postToReceiverMs\": " + jsonSpread(b.postToReceiver) + "}";
-    }
-    out += "}";
-  }
-  out += "\n  ],\n  \"jitterRatios\": [";
-  separator = "\n";
-  for (const auto& t : results.cases) {
-    if (!t.reference) {
-      continue;
-    }
-    out += separator;
-    separator = ",\n";
-    out += fmt(R"(    {"nominalMs": %.3f, "load": )", t.summary.nominalMs) +
-           jsonString(t.busyCore ? "busy_core" : "idle") +
-           ", \"ratio\": " + jsonNumber(jitterRatio(results, t.summary.nominalMs, t.busyCore), 2) +
-           "}";
-  }
-  out += "\n  ],\n";
-  auto optionalInt = [](const auto& value) {
-    return value ? std::to_string(*value) : std::string("null");
-  };
-  if (results.wakeFloor) {
-    const WakeFloor& f = *results.wakeFloor;
-    out += fmt(R"(  "wakeFloor": {"realtime": %s, "wakeups": %zu, "lateMs": )",
-               f.realtime ? "true" : "false", f.wakeups) +
-           jsonSpread(f.late) + ", \"maxLateMs\": " + jsonNumber(f.maxLateMs) + "},\n";
-  }
-  out += "  \"rssKiB\": " + optionalInt(results.rssKiB) + ",\n";
-  out += "  \"peakRssKiB\": " + optionalInt(results.peakRssKiB) + ",\n";
-  out += "  \"idleSeconds\": " + jsonNumber(results.idleSeconds, 1) + ",\n";
-  out += "  \"idleWakeups\": " + optionalInt(results.idleWakeups) + ",\n";
-  out +=
-      fmt("  \"targets\": {\"maxAbsBiasMs\": %.3f, \"maxP99IdleMs\": %.3f, "
-          "\"maxP99BusyMs\": %.3f, \"minRatio\": %.3f, \"maxIdleWakeups\": %llu}\n",
-          targets.maxAbsBiasMs, targets.maxP99IdleMs, targets.maxP99BusyMs, targets.minRatio,
-          static_cast<unsigned long long>(targets.maxIdleWakeups));
-  return out + "}\n";
-}
-
-std::string formatRatioLine(const BenchResults& results, double nominalMs) {
-  const auto ratio = jitterRatio(results, nominalMs, false);
-  return "p99 jitter ratio (reference / Vorrik): " + (ratio ? fmt("%.2f", *ratio) : "n/a");
 }
 
 }  // namespace vorrik::bench

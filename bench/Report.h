@@ -11,38 +11,40 @@
 
 namespace vorrik::bench {
 
-// One timed series of clicks from one clicker, under one load.
-struct TimingCase {
-  std::string clicker;  // "Vorrik" or the reference tool's name
-  bool reference = false;
-  // The interval the clicker was given (engine intervalMs, or the reference's --delay).
-  std::int64_t settingMs = 0;
+// One clicker's share of a paired round.
+struct ClickerRun {
+  Series source;    // when each event left the program (its flush returned)
+  Series receiver;  // when the receiving client read it
+  std::optional<double> cpuUsPerClick;
+};
+
+// Vorrik and the reference clicking at the same time, each on its own X server.
+struct PairedRound {
+  int round = 0;
+  double nominalMs = 0;
   bool busyCore = false;
-  std::size_t expectedPresses = 0;
-  PeriodSummary summary;
-  // CPU time per 1000 clicks, when it could be measured.
-  std::optional<double> cpuMsPer1000;
-  // For the engine's cases: where the time went.
-  std::optional<Breakdown> breakdown;
+  ClickerRun vorrik;
+  ClickerRun reference;
 };
 
 // What the figures are held against.
 struct Targets {
-  double maxAbsBiasMs = 0.3;
-  double maxP99IdleMs = 0.5;
-  double maxP99BusyMs = 1.0;
-  double minRatio = 2.0;
+  // Source side: reference p99 / Vorrik p99 at least this, in at least roundsNeeded rounds.
+  double minSourceRatio = 2.0;
+  int roundsNeeded = 4;
+  // Receiver side, pooled: reference p99 / Vorrik p99 at least this.
+  double minReceiverRatio = 1.0;
+  double maxAbsBiasMs = 0.1;
+  // No period shorter than nominal by more than this.
+  double maxShortMs = 0.05;
   std::uint64_t maxIdleWakeups = 0;
 };
 
-// Everything one benchmark run measured.
-struct BenchResults {
-  std::string display;
-  // How the X server and the receiver were scheduled.
-  std::string measuringPath;
-  // Departures from the plain run (measuring set-up or experiments), empty for the real figures.
-  std::vector<std::string> variants;
-  std::vector<TimingCase> cases;
+// Everything one paired benchmark run measured.
+struct PairedResults {
+  std::string setup;     // who ran the clickers, at what priority
+  std::string realtime;  // whether Vorrik's worker got real-time priority, and how
+  std::vector<PairedRound> rounds;
   std::optional<WakeFloor> wakeFloor;
   std::optional<long> rssKiB;
   std::optional<long> peakRssKiB;
@@ -50,19 +52,13 @@ struct BenchResults {
   double idleSeconds = 0;
 };
 
-// The shortcomings of an engine case against the targets ("bias", "p99", "presses"), empty when
-// it meets them all.
-std::vector<std::string> shortfalls(const TimingCase& timing, const Targets& targets);
+// Reference p99 period jitter over Vorrik's; nothing when either has no periods or Vorrik's is 0.
+std::optional<double> p99Ratio(const Series& reference, const Series& vorrik);
 
-// Reference p99 jitter over Vorrik's, for the cases at that nominal period and load; nothing
-// when either is missing or Vorrik's p99 is zero.
-std::optional<double> jitterRatio(const BenchResults& results, double nominalMs, bool busyCore);
-
-// The figures as an aligned plain-text table with a few summary lines below it.
-std::string formatTable(const BenchResults& results, const Targets& targets);
-// The figures as a JSON document.
-std::string formatJson(const BenchResults& results, const Targets& targets);
-// The closing line: the ratio for the idle case at nominalMs, two decimals, or "n/a".
-std::string formatRatioLine(const BenchResults& results, double nominalMs);
+// Every round, both clickers, both places, as an aligned table with the ratios per round.
+std::string formatRounds(const PairedResults& results);
+// The rounds pooled per period and load and over all, the targets, and as its last two lines
+// "source p99 ratio (reference / Vorrik), pooled: R" and the same for the receiver.
+std::string formatPooled(const PairedResults& results, const Targets& targets);
 
 }  // namespace vorrik::bench

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include <ostream>
+#include <chrono>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -10,106 +11,90 @@
 namespace vorrik::bench {
 namespace {
 
-TimingCase engineCase(double nominalMs, bool busy, double bias, double p99,
-                      std::size_t presses = 301) {
-  TimingCase t;
-  t.clicker = "Vorrik";
-  t.settingMs = static_cast<std::int64_t>(nominalMs) - 8;
-  t.busyCore = busy;
-  t.expectedPresses = 301;
-  t.summary.presses = presses;
-  t.summary.periods = presses > 0 ? presses - 1 : 0;
-  t.summary.nominalMs = nominalMs;
-  t.summary.medianPeriodMs = nominalMs + bias;
-  t.summary.biasMs = bias;
-  t.summary.jitterP99Ms = p99;
-  t.summary.jitterMaxMs = p99;
-  return t;
+using std::chrono::microseconds;
+using std::chrono::nanoseconds;
+
+// A series of 101 presses whose periods are nominal plus bias, with every tenth off by spike.
+Series series(double nominalMs, double biasMs, double spikeMs) {
+  std::vector<nanoseconds> presses{nanoseconds(1'000'000'000)};
+  std::vector<nanoseconds> releases;
+  for (int i = 0; i < 100; ++i) {
+    const double period = nominalMs + biasMs + (i % 10 == 0 ? spikeMs : 0);
+    presses.push_back(presses.back() + microseconds(std::lround(period * 1000)));
+  }
+  for (nanoseconds p : presses) {
+    releases.push_back(p + microseconds(8000));
+  }
+  return summarise(presses, releases, nominalMs);
 }
 
-TimingCase referenceCase(double nominalMs, bool busy, double p99) {
-  TimingCase t = engineCase(nominalMs, busy, 0.9, p99);
-  t.clicker = "xdotool";
-  t.reference = true;
-  t.settingMs = static_cast<std::int64_t>(nominalMs);
-  return t;
+PairedRound round(int number, double nominalMs, bool busy, double vorrikSpike,
+                  double referenceSpike, double vorrikBias = 0.05) {
+  PairedRound r;
+  r.round = number;
+  r.nominalMs = nominalMs;
+  r.busyCore = busy;
+  r.vorrik.source = series(nominalMs, vorrikBias, vorrikSpike);
+  r.vorrik.receiver = series(nominalMs, vorrikBias, vorrikSpike * 2);
+  r.vorrik.cpuUsPerClick = 100;
+  r.reference.source = series(nominalMs, 0.3, referenceSpike);
+  r.reference.receiver = series(nominalMs, 0.3, referenceSpike * 2);
+  r.reference.cpuUsPerClick = 120;
+  return r;
 }
 
-struct ShortfallCase {
-  const char* name;
-  TimingCase timing;
-  std::vector<std::string> expected;
-};
-
-void PrintTo(const ShortfallCase& c, std::ostream* os) {
-  *os << c.name;
+std::vector<std::string> lines(const std::string& text) {
+  std::vector<std::string> out;
+  std::size_t start = 0;
+  for (std::size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
+    out.push_back(text.substr(start, end - start));
+  }
+  return out;
 }
 
-class Shortfalls : public testing::TestWithParam<ShortfallCase> {};
-
-TEST_P(Shortfalls, NameEveryMissedTarget) {
-  EXPECT_EQ(shortfalls(GetParam().timing, Targets{}), GetParam().expected);
+TEST(P99Ratio, IsReferenceOverVorrikAndAbsentRatherThanInfinite) {
+  EXPECT_NEAR(*p99Ratio(series(58, 0, 0.9), series(58, 0, 0.3)), 3.0, 0.01);
+  EXPECT_FALSE(p99Ratio(series(58, 0, 0.9), series(58, 0, 0)));
+  EXPECT_FALSE(p99Ratio(Series{}, series(58, 0, 0.3)));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Targets, Shortfalls,
-    testing::Values(
-        ShortfallCase{"AllMetIdle", engineCase(128, false, 0.3, 0.5), {}},
-        ShortfallCase{"EarlyBiasCountsToo", engineCase(128, false, -0.31, 0.2), {"bias"}},
-        ShortfallCase{"IdleP99OverHalfAMs", engineCase(58, false, 0.1, 0.51), {"p99"}},
-        ShortfallCase{"BusyCoreAllowsOneMs", engineCase(58, true, 0.1, 0.9), {}},
-        ShortfallCase{"BusyCoreOverOneMs", engineCase(58, true, 0.1, 1.01), {"p99"}},
-        ShortfallCase{"LostPresses", engineCase(58, false, 0, 0.1, 300), {"presses"}},
-        ShortfallCase{
-            "NothingArrived", engineCase(58, false, 0.4, 0.6, 0), {"presses", "bias", "p99"}}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-TEST(JitterRatio, PairsCasesByNominalPeriodAndLoad) {
-  BenchResults results;
-  results.cases = {engineCase(58, false, 0, 0.2), engineCase(128, false, 0, 0.25),
-                   engineCase(128, true, 0, 0.5), referenceCase(128, false, 1.0),
-                   referenceCase(58, false, 0.3)};
-  EXPECT_DOUBLE_EQ(*jitterRatio(results, 128, false), 4.0);
-  EXPECT_DOUBLE_EQ(*jitterRatio(results, 58, false), 1.5);
-  // No reference ran with a busy core.
-  EXPECT_FALSE(jitterRatio(results, 128, true));
-  EXPECT_FALSE(jitterRatio(results, 70, false));
-}
-
-TEST(JitterRatio, IsAbsentRatherThanInfiniteForAZeroP99) {
-  BenchResults results;
-  results.cases = {engineCase(128, false, 0, 0), referenceCase(128, false, 1.0)};
-  EXPECT_FALSE(jitterRatio(results, 128, false));
-}
-
-TEST(RatioLine, HasTwoDecimalsOrSaysNotAvailable) {
-  BenchResults results;
-  results.cases = {engineCase(128, false, 0, 0.3), referenceCase(128, false, 1.0)};
-  EXPECT_EQ(formatRatioLine(results, 128), "p99 jitter ratio (reference / Vorrik): 3.33");
-  results.cases.pop_back();
-  EXPECT_EQ(formatRatioLine(results, 128), "p99 jitter ratio (reference / Vorrik): n/a");
-}
-
-TEST(Table, FlagsAMissedTargetAndAMissedRatio) {
-  BenchResults results;
-  results.cases = {engineCase(128, false, 0.5, 0.3), referenceCase(128, false, 0.45)};
+TEST(Pooled, EndsWithBothRatioLinesAndJudgesEachTarget) {
+  PairedResults results;
+  results.setup = "test";
+  results.realtime = "not granted";
+  // Source ratio 3 in four rounds at 58 ms and 1.5 in one; 1.5 everywhere at 128 ms. Pooled,
+  // the top 1% are the reference's largest spikes.
+  for (int i = 1; i <= 5; ++i) {
+    results.rounds.push_back(round(i, 58, false, 0.2, i == 5 ? 0.3 : 0.6));
+    results.rounds.push_back(round(i, 128, false, 0.2, 0.3, 0.2));
+  }
   results.idleWakeups = 0;
-  results.idleSeconds = 2;
-  const std::string table = formatTable(results, Targets{});
-  EXPECT_NE(table.find("MISSED: bias"), std::string::npos) << table;
-  EXPECT_NE(table.find("p99 jitter ratio at 128 ms, idle: 1.50 (MISSED)"), std::string::npos)
-      << table;
-  EXPECT_NE(table.find("wake-ups in 2.0 s idle after a stop: 0 (met)"), std::string::npos) << table;
+  const std::string text = formatPooled(results, Targets{});
+  const auto all = lines(text);
+  ASSERT_GE(all.size(), 2U);
+  EXPECT_EQ(all[all.size() - 2], "source p99 ratio (reference / Vorrik), pooled: 3.00");
+  EXPECT_EQ(all.back(), "receiver p99 ratio (reference / Vorrik), pooled: 3.00");
+  EXPECT_NE(text.find("58 ms, idle     : source p99 ratio >= 2 in 4 of 5 rounds (met)"),
+            std::string::npos);
+  EXPECT_NE(text.find("128 ms, idle     : source p99 ratio >= 2 in 0 of 5 rounds (MISSED)"),
+            std::string::npos);
+  EXPECT_NE(text.find("|bias| <= 0.10 ms at source and receiver: MISSED"), std::string::npos);
+  EXPECT_NE(text.find("CPU per click: Vorrik 100 us, reference 120 us (met)"), std::string::npos);
+  EXPECT_NE(text.find("wake-ups in 0 s idle after a stop: 0 (met)"), std::string::npos);
 }
 
-TEST(Json, WritesNullForFiguresThatCouldNotBeMeasured) {
-  BenchResults results;
-  results.cases = {engineCase(128, false, 0, 0.3)};
-  const std::string json = formatJson(results, Targets{});
-  EXPECT_NE(json.find("\"cpuMsPer1000Clicks\": null"), std::string::npos) << json;
-  EXPECT_NE(json.find("\"idleWakeups\": null"), std::string::npos) << json;
-  EXPECT_EQ(json.front(), '{');
-  EXPECT_EQ(json.substr(json.size() - 2), "}\n");
+TEST(Pooled, SaysNotAvailableWithoutRounds) {
+  const auto all = lines(formatPooled(PairedResults{}, Targets{}));
+  EXPECT_EQ(all.back(), "receiver p99 ratio (reference / Vorrik), pooled: n/a");
+}
+
+TEST(Rounds, ListEveryRoundWithItsRatios) {
+  PairedResults results;
+  results.rounds.push_back(round(1, 58, true, 0.2, 0.6));
+  const std::string text = formatRounds(results);
+  EXPECT_NE(text.find("round 1,  58 ms, busy core: source 3.00, receiver 3.00"), std::string::npos);
+  // Four rows: each clicker at each place.
+  EXPECT_EQ(lines(text).size(), 4U + 1U + 4U + 2U + 1U);
 }
 
 }  // namespace

@@ -6,6 +6,27 @@
 
 namespace vorrik::bench {
 
+namespace {
+
+double ms(std::chrono::nanoseconds d) {
+  return std::chrono::duration<double, std::milli>(d).count();
+}
+
+std::vector<double> deviationsFrom(const std::vector<double>& values, double centre) {
+  std::vector<double> out;
+  out.reserve(values.size());
+  for (double v : values) {
+    out.push_back(v - centre);
+  }
+  return out;
+}
+
+void append(std::vector<double>& to, const std::vector<double>& from) {
+  to.insert(to.end(), from.begin(), from.end());
+}
+
+}  // namespace
+
 double median(std::vector<double> values) {
   if (values.empty()) {
     return 0;
@@ -32,65 +53,100 @@ double percentile(std::vector<double> values, double p) {
   return values[std::min(index, values.size() - 1)];
 }
 
-PeriodSummary summarisePresses(std::span<const std::chrono::nanoseconds> presses,
-                               double nominalMs) {
-  PeriodSummary summary;
-  summary.presses = presses.size();
-  summary.nominalMs = nominalMs;
-  if (presses.size() < 2) {
-    return summary;
+Jitter jitterOf(std::span<const double> deviations) {
+  if (deviations.empty()) {
+    return {};
   }
+  std::vector<double> absolute;
+  absolute.reserve(deviations.size());
+  for (double d : deviations) {
+    absolute.push_back(std::abs(d));
+  }
+  const double max = *std::max_element(absolute.begin(), absolute.end());
+  return Jitter{median(absolute), percentile(absolute, 99), max};
+}
 
-  std::vector<double> periods;
-  periods.reserve(presses.size() - 1);
-  for (std::size_t i = 1; i < presses.size(); ++i) {
-    periods.push_back(
-        std::chrono::duration<double, std::milli>(presses[i] - presses[i - 1]).count());
-  }
-  summary.periods = periods.size();
-  summary.medianPeriodMs = median(periods);
-  summary.biasMs = summary.medianPeriodMs - nominalMs;
+Jitter Series::periodJitter() const {
+  return jitterOf(periodDeviations);
+}
+Jitter Series::holdJitter() const {
+  return jitterOf(holdDeviations);
+}
+Jitter Series::gapJitter() const {
+  return jitterOf(gapDeviations);
+}
 
-  std::vector<double> deviations;
-  deviations.reserve(periods.size());
-  for (double period : periods) {
-    deviations.push_back(std::abs(period - summary.medianPeriodMs));
-  }
-  summary.jitterMedianMs = median(deviations);
-  summary.jitterP99Ms = percentile(deviations, 99);
-  summary.jitterMaxMs = *std::max_element(deviations.begin(), deviations.end());
-  return summary;
+double Series::shortestMs() const {
+  return periods.empty() ? 0 : *std::min_element(periods.begin(), periods.end());
 }
 
 Spread spreadOf(std::span<const std::chrono::nanoseconds> durations) {
-  std::vector<double> ms;
-  ms.reserve(durations.size());
+  std::vector<double> values;
+  values.reserve(durations.size());
   for (auto d : durations) {
-    ms.push_back(std::chrono::duration<double, std::milli>(d).count());
+    values.push_back(ms(d));
   }
-  return Spread{median(ms), percentile(ms, 99)};
+  return Spread{median(values), percentile(values, 99)};
 }
 
-Breakdown breakDown(std::span<const std::chrono::nanoseconds> timerLateness,
-                    std::span<const std::chrono::nanoseconds> pointerQueries,
-                    std::span<const std::chrono::nanoseconds> downPosted,
-                    std::span<const std::chrono::nanoseconds> upPosted,
-                    std::span<const std::chrono::nanoseconds> presses, double nominalMs) {
-  auto gaps = [](std::span<const std::chrono::nanoseconds> from,
-                 std::span<const std::chrono::nanoseconds> to) {
-    std::vector<std::chrono::nanoseconds> out;
-    for (std::size_t i = 0; i < std::min(from.size(), to.size()); ++i) {
-      out.push_back(to[i] - from[i]);
+Series summarise(std::span<const std::chrono::nanoseconds> presses,
+                 std::span<const std::chrono::nanoseconds> releases, double nominalMs) {
+  Series s;
+  s.presses = presses.size();
+  s.nominalMs = nominalMs;
+  if (presses.empty()) {
+    return s;
+  }
+  while (!releases.empty() && releases.front() < presses.front()) {
+    releases = releases.subspan(1);
+  }
+  std::vector<double> holds;
+  std::vector<double> gaps;
+  for (std::size_t i = 0; i < presses.size(); ++i) {
+    if (i + 1 < presses.size()) {
+      s.periods.push_back(ms(presses[i + 1] - presses[i]));
     }
+    if (i < releases.size()) {
+      holds.push_back(ms(releases[i] - presses[i]));
+      if (i + 1 < presses.size()) {
+        gaps.push_back(ms(presses[i + 1] - releases[i]));
+      }
+    }
+  }
+  s.medianPeriodMs = median(s.periods);
+  s.medianHoldMs = median(holds);
+  s.medianGapMs = median(gaps);
+  s.periodDeviations = deviationsFrom(s.periods, s.medianPeriodMs);
+  s.holdDeviations = deviationsFrom(holds, s.medianHoldMs);
+  s.gapDeviations = deviationsFrom(gaps, s.medianGapMs);
+  return s;
+}
+
+Series pool(std::span<const Series* const> series) {
+  Series out;
+  if (series.empty()) {
     return out;
-  };
-  Breakdown b;
-  b.timerLate = spreadOf(timerLateness);
-  b.pointerQuery = spreadOf(pointerQueries);
-  b.pressHeld = spreadOf(gaps(downPosted, upPosted));
-  b.atPost = summarisePresses(downPosted, nominalMs);
-  b.postToReceiver = spreadOf(gaps(downPosted, presses));
-  return b;
+  }
+  out.nominalMs = series.front()->nominalMs;
+  std::vector<double> holds;
+  std::vector<double> gaps;
+  for (const Series* s : series) {
+    out.presses += s->presses;
+    append(out.periods, s->periods);
+    append(out.periodDeviations, s->periodDeviations);
+    append(out.holdDeviations, s->holdDeviations);
+    append(out.gapDeviations, s->gapDeviations);
+    for (double d : s->holdDeviations) {
+      holds.push_back(s->medianHoldMs + d);
+    }
+    for (double d : s->gapDeviations) {
+      gaps.push_back(s->medianGapMs + d);
+    }
+  }
+  out.medianPeriodMs = median(out.periods);
+  out.medianHoldMs = median(holds);
+  out.medianGapMs = median(gaps);
+  return out;
 }
 
 }  // namespace vorrik::bench

@@ -8,35 +8,42 @@
 
 namespace vorrik::bench {
 
-// How evenly a series of button presses was spaced, in milliseconds.
-struct PeriodSummary {
-  std::size_t presses = 0;
-  std::size_t periods = 0;
-  double nominalMs = 0;
-  double medianPeriodMs = 0;
-  // Median period minus the nominal period.
-  double biasMs = 0;
-  // Absolute deviation of each period from the median period.
-  double jitterMedianMs = 0;
-  double jitterP99Ms = 0;
-  double jitterMaxMs = 0;
-};
-
 // The median and 99th percentile of a set of durations, in milliseconds.
 struct Spread {
   double medianMs = 0;
   double p99Ms = 0;
 };
 
-// Where the time between an engine's presses went, from the timestamps of its ports.
-struct Breakdown {
-  Spread timerLate;     // timer handler start after its deadline
-  Spread pointerQuery;  // reading the pointer position before each click
-  Spread pressHeld;     // button-down post returned to button-up post returned
-  // The periods between button-down posts, as the engine made them, before the X server.
-  PeriodSummary atPost;
-  // Button-down post returned to the receiver reading the press: the X server and receiver.
-  Spread postToReceiver;
+// How far a set of durations strays from its own median: the median, 99th percentile and
+// maximum of the absolute deviations, in milliseconds.
+struct Jitter {
+  double p50Ms = 0;
+  double p99Ms = 0;
+  double maxMs = 0;
+};
+
+// One clicker's button events, seen at one place (where they left the program, or at the
+// receiver), in milliseconds. Holds run from a press to its release, gaps from a release to the
+// next press; a period is one of each.
+struct Series {
+  std::size_t presses = 0;
+  double nominalMs = 0;
+  std::vector<double> periods;
+  // Each period, hold and gap minus the median of its own kind in this series, so that series
+  // with different medians can be pooled.
+  std::vector<double> periodDeviations;
+  std::vector<double> holdDeviations;
+  std::vector<double> gapDeviations;
+  double medianPeriodMs = 0;
+  double medianHoldMs = 0;
+  double medianGapMs = 0;
+
+  [[nodiscard]] double biasMs() const { return medianPeriodMs - nominalMs; }
+  [[nodiscard]] Jitter periodJitter() const;
+  [[nodiscard]] Jitter holdJitter() const;
+  [[nodiscard]] Jitter gapJitter() const;
+  // The shortest period, or 0 for none.
+  [[nodiscard]] double shortestMs() const;
 };
 
 // The median of values (the mean of the middle two for an even count); 0 for none.
@@ -44,19 +51,19 @@ double median(std::vector<double> values);
 // The nearest-rank percentile p (0 < p <= 100): the smallest value with at least p% of the
 // values at or below it; 0 for none.
 double percentile(std::vector<double> values, double p);
-
-// Summarises press timestamps (in order of arrival) against the period they were meant to have.
-// Fewer than two presses give a summary with no periods and zero figures.
-PeriodSummary summarisePresses(std::span<const std::chrono::nanoseconds> presses, double nominalMs);
+// The jitter of a set of signed deviations; zeros for none.
+Jitter jitterOf(std::span<const double> deviations);
 
 Spread spreadOf(std::span<const std::chrono::nanoseconds> durations);
 
-// Splits an engine series into its parts. Presses and down posts are paired in order, and only
-// as far as both lists go.
-Breakdown breakDown(std::span<const std::chrono::nanoseconds> timerLateness,
-                    std::span<const std::chrono::nanoseconds> pointerQueries,
-                    std::span<const std::chrono::nanoseconds> downPosted,
-                    std::span<const std::chrono::nanoseconds> upPosted,
-                    std::span<const std::chrono::nanoseconds> presses, double nominalMs);
+// Summarises presses and releases (each in order of arrival) against the period they were meant
+// to have. Releases pair with presses in order; a release before the first press (a click cut
+// in half by the start of recording) is dropped.
+Series summarise(std::span<const std::chrono::nanoseconds> presses,
+                 std::span<const std::chrono::nanoseconds> releases, double nominalMs);
+
+// Several series of one clicker as one: every period and deviation together, with medians over
+// the whole; the nominal period of the first.
+Series pool(std::span<const Series* const> series);
 
 }  // namespace vorrik::bench

@@ -61,62 +61,66 @@ INSTANTIATE_TEST_SUITE_P(
                     PercentileCase{oneTo(10), 100, 10}, PercentileCase{{42}, 99, 42},
                     PercentileCase{{}, 99, 0}));
 
-TEST(SummarisePresses, EvenPeriodsHaveTheirBiasAndNoJitter) {
-  const auto presses = pressesFromPeriods(std::vector<double>(300, 58.2));
-  const PeriodSummary s = summarisePresses(presses, 58);
-  EXPECT_EQ(s.presses, 301u);
-  EXPECT_EQ(s.periods, 300u);
-  EXPECT_NEAR(s.medianPeriodMs, 58.2, 1e-9);
-  EXPECT_NEAR(s.biasMs, 0.2, 1e-9);
-  EXPECT_NEAR(s.jitterMedianMs, 0, 1e-9);
-  EXPECT_NEAR(s.jitterP99Ms, 0, 1e-9);
-  EXPECT_NEAR(s.jitterMaxMs, 0, 1e-9);
+// Releases a fixed hold after each press.
+std::vector<nanoseconds> releasesAfter(const std::vector<nanoseconds>& presses, double holdMs) {
+  std::vector<nanoseconds> releases;
+  for (nanoseconds p : presses) {
+    releases.push_back(p + microseconds(static_cast<long>(holdMs * 1000.0)));
+  }
+  return releases;
 }
 
-TEST(SummarisePresses, JitterIsMeasuredFromTheMedianPeriodNotTheNominalOne) {
-  // One late press lengthens one period and shortens the next; the rest sit 1 ms off nominal.
-  std::vector<double> periods(100, 129);
-  periods[40] = 131.5;
-  periods[41] = 126.5;
-  const PeriodSummary s = summarisePresses(pressesFromPeriods(periods), 128);
-  EXPECT_NEAR(s.medianPeriodMs, 129, 1e-9);
-  EXPECT_NEAR(s.biasMs, 1, 1e-9);
-  EXPECT_NEAR(s.jitterMedianMs, 0, 1e-9);
-  // 2 of 100 deviations are 2.5 ms: the 99th-ranked one is one of them.
-  EXPECT_NEAR(s.jitterP99Ms, 2.5, 1e-9);
-  EXPECT_NEAR(s.jitterMaxMs, 2.5, 1e-9);
+TEST(Summarise, SplitsPeriodsIntoHoldsAndGapsAndMeasuresJitterFromTheMedian) {
+  // Nominal 58: periods 58.1 except one 59.1 and one 57.6; holds 8 ms except a 9 ms one.
+  const auto presses = pressesFromPeriods({58.1, 58.1, 59.1, 58.1, 57.6, 58.1});
+  auto releases = releasesAfter(presses, 8);
+  releases[2] += microseconds(1000);
+  const Series s = summarise(presses, releases, 58);
+  EXPECT_EQ(s.presses, 7U);
+  EXPECT_EQ(s.periods.size(), 6U);
+  EXPECT_NEAR(s.medianPeriodMs, 58.1, 1e-6);
+  EXPECT_NEAR(s.biasMs(), 0.1, 1e-6);
+  EXPECT_NEAR(s.periodJitter().p50Ms, 0, 1e-6);
+  EXPECT_NEAR(s.periodJitter().maxMs, 1.0, 1e-6);
+  EXPECT_NEAR(s.shortestMs(), 57.6, 1e-6);
+  EXPECT_NEAR(s.medianHoldMs, 8, 1e-6);
+  EXPECT_NEAR(s.holdJitter().maxMs, 1.0, 1e-6);
+  EXPECT_NEAR(s.medianGapMs, 50.1, 1e-6);
+  // The long hold took the long period's extra time; the short period shows in its gap.
+  EXPECT_NEAR(s.gapJitter().maxMs, 0.5, 1e-6);
 }
 
-TEST(SummarisePresses, TooFewPressesGiveNoPeriodsAndNoFigures) {
-  for (std::size_t count : {0u, 1u}) {
-    const std::vector<nanoseconds> presses(count, nanoseconds(1000));
-    const PeriodSummary s = summarisePresses(presses, 58);
-    EXPECT_EQ(s.presses, count);
-    EXPECT_EQ(s.periods, 0u);
-    EXPECT_EQ(s.biasMs, 0);
-    EXPECT_EQ(s.jitterMaxMs, 0);
-    EXPECT_EQ(s.nominalMs, 58);
+TEST(Summarise, DropsAReleaseBeforeTheFirstPressAndCopesWithTooFewEvents) {
+  const auto presses = pressesFromPeriods({58, 58});
+  auto releases = releasesAfter(presses, 8);
+  releases.insert(releases.begin(), presses.front() - microseconds(30000));
+  const Series s = summarise(presses, releases, 58);
+  EXPECT_NEAR(s.medianHoldMs, 8, 1e-6);
+  EXPECT_NEAR(s.holdJitter().maxMs, 0, 1e-6);
+
+  for (const auto& few : {std::vector<nanoseconds>{}, std::vector<nanoseconds>{presses[0]}}) {
+    const Series none = summarise(few, {}, 58);
+    EXPECT_TRUE(none.periods.empty());
+    EXPECT_EQ(none.periodJitter().p99Ms, 0);
+    EXPECT_EQ(none.shortestMs(), 0);
   }
 }
 
-TEST(BreakDown, SplitsEachPeriodIntoItsParts) {
-  using std::chrono::milliseconds;
-  const std::vector<nanoseconds> late{microseconds(50), microseconds(70), microseconds(60)};
-  const std::vector<nanoseconds> queries{microseconds(100), microseconds(300), microseconds(200)};
-  const std::vector<nanoseconds> downs{milliseconds(1000), milliseconds(1058) + microseconds(400),
-                                       milliseconds(1116) + microseconds(800)};
-  const std::vector<nanoseconds> ups{downs[0] + microseconds(8100), downs[1] + microseconds(8100)};
-  // The last press never arrived: pairs stop where the shorter list ends.
-  const std::vector<nanoseconds> presses{downs[0] + microseconds(150),
-                                         downs[1] + microseconds(250)};
-  const Breakdown b = breakDown(late, queries, downs, ups, presses, 58);
-  EXPECT_NEAR(b.timerLate.medianMs, 0.06, 1e-9);
-  EXPECT_NEAR(b.pointerQuery.p99Ms, 0.3, 1e-9);
-  EXPECT_NEAR(b.pressHeld.medianMs, 8.1, 1e-9);
-  EXPECT_EQ(b.atPost.periods, 2u);
-  EXPECT_NEAR(b.atPost.biasMs, 0.4, 1e-9);
-  EXPECT_NEAR(b.postToReceiver.medianMs, 0.2, 1e-9);
-  EXPECT_NEAR(b.postToReceiver.p99Ms, 0.25, 1e-9);
+TEST(Pool, KeepsEachSeriesDeviationsFromItsOwnMedian) {
+  // Two even series with different medians pool to no jitter, and the shortest of both.
+  const auto first = pressesFromPeriods({58.2, 58.2, 58.2});
+  const auto second = pressesFromPeriods({58.4, 58.4});
+  const Series a = summarise(first, releasesAfter(first, 8), 58);
+  const Series b = summarise(second, releasesAfter(second, 8), 58);
+  const std::vector<const Series*> both{&a, &b};
+  const Series pooled = pool(both);
+  EXPECT_EQ(pooled.presses, 7U);
+  EXPECT_EQ(pooled.periods.size(), 5U);
+  EXPECT_NEAR(pooled.medianPeriodMs, 58.2, 1e-6);
+  EXPECT_NEAR(pooled.periodJitter().maxMs, 0, 1e-6);
+  EXPECT_NEAR(pooled.shortestMs(), 58.2, 1e-6);
+  EXPECT_NEAR(pooled.medianHoldMs, 8, 1e-6);
+  EXPECT_EQ(pool({}).presses, 0U);
 }
 
 }  // namespace

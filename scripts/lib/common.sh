@@ -6,7 +6,7 @@ VORRIK_ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)"
 # Everything a fresh Debian 12 needs to build, run, test and benchmark Vorrik.
 VORRIK_BUILD_PACKAGES=(
   g++ cmake ninja-build make pkg-config ccache
-  qt6-base-dev libgl-dev libx11-dev libxtst-dev libxi-dev
+  qt6-base-dev libgl-dev libx11-dev libxtst-dev libxi-dev libdbus-1-dev
   libwayland-dev libwayland-bin wayland-protocols
   libgtest-dev libgmock-dev libbenchmark-dev
   fonts-dejavu-core
@@ -14,6 +14,7 @@ VORRIK_BUILD_PACKAGES=(
 VORRIK_TEST_PACKAGES=(
   xvfb xauth xdotool x11-utils xinput trayer imagemagick python3
   clang-format clang-tidy dpkg-dev file appstream
+  util-linux rtkit polkitd
   sway qt6-wayland wtype
   # Headless GNOME Shell with its desktop portal, for the portal backend (about 400 MiB).
   gnome-shell mutter xdg-desktop-portal xdg-desktop-portal-gnome pipewire dbus-daemon dbus-bin

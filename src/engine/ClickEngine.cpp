@@ -61,7 +61,7 @@ void ClickEngine::start() {
   }
   sessionClicks_.store(0);
   pointIndex_.store(0);
-  schedule(generation);
+  schedule(generation, std::chrono::microseconds::zero());
 }
 
 // The published signature takes the reason by value.
@@ -110,34 +110,48 @@ std::int64_t ClickEngine::nextDelayMs() {
   return std::max(base + offset, kMinDelayMs);
 }
 
-void ClickEngine::schedule(std::uint64_t generation) {
+void ClickEngine::schedule(std::uint64_t generation, std::chrono::microseconds tickLength) {
   const std::int64_t delayMs = nextDelayMs();
   std::lock_guard lock(timerMutex_);
   if (generation != generation_.load() || !timer_) {
     return;
   }
-  // The handler holds the engine weakly; the engine's destructor also waits for it to finish.
-  timer_->arm(std::chrono::milliseconds(delayMs),
-              [weak = std::weak_ptr<ClickEngine*>(self_), generation] {
-                if (const auto self = weak.lock()) {
-                  (*self)->tick(generation);
-                }
-              });
+  // The engine's destructor cancels the timer and waits for a running handler, so a plain
+  // pointer is safe here; two words fit in the handler itself, with no allocation per tick.
+  timer_->arm(std::chrono::milliseconds(delayMs) + tickLength,
+              [self = this, generation] { self->tick(generation); });
 }
 
 void ClickEngine::tick(std::uint64_t generation) {
   if (!running_.load() || generation != generation_.load()) {
     return;
   }
-  fire(generation);
-  if (running_.load()) {
-    schedule(generation);
+  const std::int64_t requested = burst.load();
+  const std::int64_t count = requested >= 2 ? requested : 1;
+  const std::chrono::microseconds click =
+      clickType.load() == ClickType::double_ ? 2 * kDownToUp + kDoubleGap : kDownToUp;
+  // Past a day the length only needs to stay far from overflowing.
+  const std::int64_t counted = std::min<std::int64_t>(count, 1'000'000);
+  pendingArm_ = PendingArm{
+      generation, counted * (click + (count >= 2 ? kBurstGap : std::chrono::microseconds{}))};
+  fire(generation, count);
+  // No press went out (no target, or the run is over): the delay counts from now.
+  if (pendingArm_) {
+    pendingArm_.reset();
+    schedule(generation, std::chrono::microseconds::zero());
   }
 }
 
-void ClickEngine::fire(std::uint64_t generation) {
-  const std::int64_t requested = burst.load();
-  const std::int64_t count = requested >= 2 ? requested : 1;
+void ClickEngine::armFromPress() {
+  // The first press of the tick has just left: the next tick is armed with the delay counted
+  // from when this tick is meant to end, measured from that press. Neither a late pause nor a
+  // slow post inside the tick then lengthens the period, and no period is shorter than meant.
+  if (const auto arm = std::exchange(pendingArm_, std::nullopt)) {
+    schedule(arm->generation, arm->tickLength);
+  }
+}
+
+void ClickEngine::fire(std::uint64_t generation, std::int64_t count) {
   for (std::int64_t i = 0; i < count; ++i) {
     const std::int64_t limit = maxClicks.load();
     if (limit >= 1 && sessionClicks_.load() >= limit) {
@@ -162,11 +176,7 @@ void ClickEngine::fire(std::uint64_t generation) {
       return;
     }
     sessionClicks_.fetch_add(1);
-    postTask([](ClickEngine& engine) {
-      if (engine.onTick) {
-        engine.onTick(engine.sessionClicks_.load());
-      }
-    });
+    reportCount();
     if (count >= 2) {
       ports_.sleeper.sleepFor(kBurstGap);
     }
@@ -206,10 +216,24 @@ bool ClickEngine::post(std::optional<ClickPoint> at) {
     down->clickState = state;
     up->clickState = state;
     injector.post(*down);
+    armFromPress();
     ports_.sleeper.sleepFor(kDownToUp);
     injector.post(*up);
   }
   return true;
+}
+
+void ClickEngine::reportCount() {
+  // The queued report reads the count when it runs, so it carries every click made until then.
+  if (countQueued_.exchange(true)) {
+    return;
+  }
+  postTask([](ClickEngine& engine) {
+    engine.countQueued_.store(false);
+    if (engine.onTick) {
+      engine.onTick(engine.sessionClicks_.load());
+    }
+  });
 }
 
 void ClickEngine::postTask(std::function<void(ClickEngine&)> task) {

@@ -65,7 +65,8 @@ class ClickEngine {
   std::int64_t sessionClicks() const { return sessionClicks_.load(); }
   std::int64_t pointIndex() const { return pointIndex_.load(); }
 
-  // Told the click count after each click, on the main thread.
+  // Told the latest click count on the main thread after clicks: at most one report is queued at
+  // a time, so clicks made meanwhile share it; the last click of a run is always reported.
   std::function<void(std::int64_t)> onTick;
   // Told that a run ended or could not begin, with its reason text, on the main thread.
   std::function<void(const std::optional<std::string>&)> onStop;
@@ -85,14 +86,17 @@ class ClickEngine {
  private:
   // The next delay: the interval (at least 50 ms) plus a jitter draw, at least 20 ms.
   std::int64_t nextDelayMs();
-  void schedule(std::uint64_t generation);
+  // Arms the next tick: a delay after tickLength from now.
+  void schedule(std::uint64_t generation, std::chrono::microseconds tickLength);
   void tick(std::uint64_t generation);
-  void fire(std::uint64_t generation);
+  void fire(std::uint64_t generation, std::int64_t count);
   // The next point of the list; nothing (the list is empty) means at the pointer.
   std::optional<ClickPoint> nextPoint();
   // Makes and posts one click; false when the injector could not make its events.
   bool post(std::optional<ClickPoint> at);
+  void armFromPress();
   void postTask(std::function<void(ClickEngine&)> task);
+  void reportCount();
 
   Ports ports_;
   // Held while the timer is armed or cancelled and the generation moves, so that a late tick
@@ -106,6 +110,14 @@ class ClickEngine {
   std::atomic<std::uint64_t> generation_{0};
   // Held by the worker from a click's press to its release.
   std::mutex clickMutex_;
+  // The next tick's arming, held by a tick until its first press has been posted; worker only.
+  struct PendingArm {
+    std::uint64_t generation;
+    std::chrono::microseconds tickLength;
+  };
+  std::optional<PendingArm> pendingArm_;
+  // Set while a count report is queued on the main thread and has not yet read the count.
+  std::atomic<bool> countQueued_{false};
   // Main-thread tasks hold this weakly and do nothing once the engine is gone.
   std::shared_ptr<ClickEngine*> self_;
 };

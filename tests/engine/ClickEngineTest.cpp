@@ -29,10 +29,13 @@ void installEnglish() {
   L::install({&defaults, &preferred, &center});
 }
 
+// The delays between ticks: each tick arms the next with its own single click's 8 ms added,
+// so that the delay counts from when the tick is meant to end; the first comes from start().
 std::vector<std::int64_t> delaysMs(const fake::FakeTimer& timer) {
   std::vector<std::int64_t> ms;
   for (auto d : timer.delays()) {
-    ms.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(d).count());
+    const auto click = ms.empty() ? 0 : 8;
+    ms.push_back(std::chrono::duration_cast<std::chrono::milliseconds>(d).count() - click);
   }
   return ms;
 }
@@ -101,6 +104,16 @@ TEST_F(EngineTest, AbsurdSettingsNeitherOverflowNorStall) {
   engine.jitterMs = std::numeric_limits<std::int64_t>::max();
   engine.start();
   EXPECT_GT(rig.timer->armedDelay().value(), std::chrono::hours(24 * 365));
+  // A burst beyond any real setting still arms a next tick, after its clicks are meant to end.
+  engine.stop(std::nullopt);
+  engine.intervalMs = 120;
+  engine.jitterMs = 0;
+  engine.burst = std::numeric_limits<std::int64_t>::max();
+  engine.maxClicks = 3;
+  engine.start();
+  ASSERT_TRUE(rig.tick());
+  EXPECT_EQ(rig.injector.presses(), 3U);
+  EXPECT_GT(rig.timer->delays().back(), std::chrono::hours(6));
 }
 
 struct BurstCase {
@@ -120,6 +133,9 @@ TEST_P(Bursts, PostThatManyClicksPerTickWithPausesOnlyForRealBursts) {
   const auto sleeps = rig.sleeper.sleeps();
   EXPECT_EQ(static_cast<std::size_t>(std::count(sleeps.begin(), sleeps.end(), 15ms)),
             GetParam().clicksPerTick >= 2 ? clicks : 0);
+  // The next tick's delay starts when this tick's clicks and pauses are meant to be over.
+  const auto perClick = GetParam().clicksPerTick >= 2 ? 8ms + 15ms : 8ms;
+  EXPECT_EQ(rig.timer->armedDelay(), 120ms + GetParam().clicksPerTick * perClick);
 }
 
 INSTANTIATE_TEST_SUITE_P(Engine, Bursts,
@@ -331,6 +347,17 @@ INSTANTIATE_TEST_SUITE_P(
                       FailCase{ClickType::double_, 0, {3}, 2, 4, {kCannot}},
                       FailCase{ClickType::right, 3, {2}, 2, 3, {"tick 1", kCannot}}));
 
+TEST_F(EngineTest, TheNextTickIsArmedOnceItsFirstPressHasLeft) {
+  engine.start();
+  std::vector<bool> armedAtPost;
+  rig.injector.onPost([&](const MouseEvent&) { armedAtPost.push_back(rig.timer->armed()); });
+  ASSERT_TRUE(rig.tick());
+  // Not yet at the press, already at the release: the delay counts from the press plus the
+  // click's 8 ms.
+  EXPECT_EQ(armedAtPost, (std::vector<bool>{false, true}));
+  EXPECT_EQ(rig.timer->armedDelay(), 128ms);
+}
+
 TEST_F(EngineTest, ClickTypeChangeTakesEffectAtTheNextClick) {
   engine.burst = 2;
   rig.injector.onPost([&](const MouseEvent&) { engine.clickType = ClickType::right; });
@@ -344,12 +371,27 @@ TEST_F(EngineTest, ClickTypeChangeTakesEffectAtTheNextClick) {
                                                MouseButton::right, MouseButton::right}));
 }
 
-TEST_F(EngineTest, TickReportsReachTheOwnerBeforeTheStop) {
+TEST_F(EngineTest, CountReportsCoalesceWhileQueuedAndReachTheOwnerBeforeTheStop) {
   engine.maxClicks = 2;
   engine.burst = 3;
   engine.start();
   rig.tick();
-  EXPECT_EQ(rig.log, (std::vector<std::string>{"tick 2", "tick 2", "stop Done: 2 clicks."}));
+  EXPECT_EQ(rig.log, (std::vector<std::string>{"tick 2", "stop Done: 2 clicks."}));
+
+  // Ticks while the main thread is busy queue one report, which tells the latest count.
+  rig.log.clear();
+  engine.maxClicks = 0;
+  engine.burst = 0;
+  engine.start();
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_TRUE(rig.timer->fire());
+  }
+  EXPECT_EQ(rig.queue.pending(), 1U);
+  rig.queue.drain();
+  ASSERT_TRUE(rig.tick());
+  engine.stop(std::nullopt);
+  EXPECT_EQ(rig.log, (std::vector<std::string>{"tick 3", "tick 4", "stop -"}));
+  EXPECT_EQ(engine.sessionClicks(), 4);
 }
 
 TEST_F(EngineTest, TasksQueuedForADestroyedEngineDoNothing) {
@@ -383,6 +425,7 @@ TEST_F(EngineTest, ALateTickOfAnEarlierRunNeitherRearmsNorEndsTheNewRun) {
   engine.maxClicks = 0;
   rig.tick();
   EXPECT_EQ(rig.timer->delays().size(), arms + 1) << "only the restart arms the timer";
+  EXPECT_EQ(rig.timer->armedDelay(), 120ms);
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <thread>
 
 #include "platform/OneShotTimer.h"
@@ -15,13 +17,23 @@
 
 namespace vorrik::posix {
 
-// How much earlier than its deadline a thread should ask to wake, learnt from its own wakes:
-// each wake moves the lead one step toward the lateness it saw, so the lead settles on the
-// median lateness and the median wake lands on the deadline. Lock-free; any thread.
+// How the calling thread got real-time scheduling, if it did.
+enum class RealtimeGrant { direct, realtimeKit, none };
+
+// Asks for SCHED_FIFO at the lowest priority for the calling thread: directly, and when that is
+// refused, from RealtimeKit on the system bus, the way desktop audio threads get it. When both
+// refuse, the thread keeps its normal policy and the first refusal in the process is reported
+// once on stderr; detail says what each side answered.
+RealtimeGrant makeThreadRealtime(std::string& detail);
+
+// How much earlier than its deadline a thread should ask to wake, learnt from its own wakes.
+// Each late wake moves the lead up four steps and each early one down one step, so the lead
+// settles where about four wakes in five land before the deadline; the thread then spins the
+// rest of the way. Bounded by kMax, which also bounds that spin. Lock-free; any thread.
 class WakeLead {
  public:
-  static constexpr std::chrono::nanoseconds kStep{5000};
-  static constexpr std::chrono::nanoseconds kMax{500000};
+  static constexpr std::chrono::nanoseconds kStep{2000};
+  static constexpr std::chrono::nanoseconds kMax{150000};
 
   [[nodiscard]] std::chrono::nanoseconds lead() const {
     return std::chrono::nanoseconds(lead_.load(std::memory_order_relaxed));
@@ -35,12 +47,18 @@ class WakeLead {
   std::atomic<std::int64_t> lead_{0};
 };
 
-// A one-shot timer with a dedicated high-priority worker thread on CLOCK_MONOTONIC, with the
-// minimum timer slack. It waits on a condition variable: no polling, no busy-waiting. It asks to
-// wake early by its learnt lead, so a handler runs on its deadline rather than a wake-up later.
+// A one-shot timer with a dedicated real-time worker thread (see makeThreadRealtime) on
+// CLOCK_MONOTONIC, with the minimum timer slack. Idle, it waits on a condition variable with no
+// timeout. Armed, it wakes early by its learnt lead and spins the last stretch (at most
+// WakeLead::kMax), so that a handler starts on its deadline and never before it.
 class WorkerTimer final : public OneShotTimer {
  public:
-  WorkerTimer();
+  // Departures from the defaults, for the benchmark's comparisons.
+  struct Options {
+    bool spin = true;  // false: no early wake and no spin, only the deadline itself
+  };
+  WorkerTimer() : WorkerTimer(Options{}) {}
+  explicit WorkerTimer(Options options);
   // Cancels any armed handler, lets a running one finish and joins the worker; never call it
   // from the timer's own handler.
   ~WorkerTimer() override;
@@ -53,6 +71,8 @@ class WorkerTimer final : public OneShotTimer {
   // Times the worker thread has woken up, for the idle-wakeup benchmark. An armed tick costs
   // one or two wakeups and a cancel one; an idle timer wakes up never.
   std::uint64_t wakeups() const;
+  // How the worker got real-time priority; waits until the worker has asked.
+  RealtimeGrant realtime() const;
 
  private:
   void run();
@@ -63,17 +83,23 @@ class WorkerTimer final : public OneShotTimer {
   std::chrono::steady_clock::time_point deadline_{};
   bool quit_ = false;
   std::uint64_t wakeups_ = 0;
+  std::optional<RealtimeGrant> realtime_;
+  mutable std::condition_variable tuned_;
+  const Options options_;
   WakeLead lead_;
   std::thread worker_;
 };
 
-// Pauses with clock_nanosleep on CLOCK_MONOTONIC against an absolute deadline, ending early by
-// its learnt lead (at most WakeLead::kMax) so that pauses last their length at the median.
+// Pauses with clock_nanosleep on CLOCK_MONOTONIC against an absolute deadline, waking early by
+// its learnt lead and spinning the rest (at most WakeLead::kMax), so that a pause never ends
+// before its length and rarely much after.
 class MonotonicSleeper final : public Sleeper {
  public:
+  explicit MonotonicSleeper(bool spin = true) : spin_(spin) {}
   void sleepFor(std::chrono::microseconds duration) override;
 
  private:
+  const bool spin_;
   WakeLead lead_;
 };
 

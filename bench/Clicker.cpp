@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: MIT
+// Vorrik's click engine on its own, as the paired benchmark runs it next to the reference:
+// single left clicks at the cursor on $DISPLAY through the production ports, then a few facts
+// on stdout for the benchmark to read ("key value" lines).
+//   vorrik_bench_clicker --setting MS --clicks N [--idle-seconds S] [--no-spin]
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include "MainThreadQueue.h"
+#include "Processes.h"
+#include "engine/ClickEngine.h"
+#include "platform/posix/PosixServices.h"
+#include "platform/x11/X11Input.h"
+
+namespace vorrik::bench {
+namespace {
+
+struct Options {
+  long settingMs = 50;
+  long clicks = 0;
+  long idleSeconds = 0;
+  posix::WorkerTimer::Options timer;
+};
+
+std::optional<long> number(const char* text) {
+  char* end = nullptr;
+  const long value = std::strtol(text, &end, 10);
+  if (end == text || *end != '\0' || value < 0 || value > 1000000) {
+    return std::nullopt;
+  }
+  return value;
+}
+
+std::optional<Options> parse(int argc, char** argv) {
+  Options options;
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view arg = argv[i];
+    std::optional<long> value;
+    if (arg == "--no-spin") {
+      options.timer.spin = false;
+    } else if (i + 1 < argc && (value = number(argv[i + 1]))) {
+      ++i;
+      if (arg == "--setting") {
+        options.settingMs = *value;
+      } else if (arg == "--clicks") {
+        options.clicks = *value;
+      } else if (arg == "--idle-seconds") {
+        options.idleSeconds = *value;
+      } else {
+        return std::nullopt;
+      }
+    } else {
+      return std::nullopt;
+    }
+  }
+  return options.clicks > 0 ? std::optional(options) : std::nullopt;
+}
+
+const char* grantName(posix::RealtimeGrant grant) {
+  switch (grant) {
+    case posix::RealtimeGrant::direct:
+      return "direct";
+    case posix::RealtimeGrant::realtimeKit:
+      return "RealtimeKit";
+    case posix::RealtimeGrant::none:
+      break;
+  }
+  return "none";
+}
+
+int run(const Options& options) {
+  MainThreadQueue queue;
+  x11::X11Trust trust;
+  x11::X11Injector injector;
+  x11::X11Pointer pointer;
+  posix::MonotonicSleeper sleeper(options.timer.spin);
+  posix::SystemRandom random;
+  auto timer = std::make_unique<posix::WorkerTimer>(options.timer);
+  posix::WorkerTimer& worker = *timer;
+  if (!trust.isTrusted(false) || !injector.connected()) {
+    std::fprintf(stderr, "vorrik_bench_clicker: the X server offers no XTEST\n");
+    return 2;
+  }
+  ClickEngine engine(ClickEngine::Ports{queue, trust, injector, pointer, sleeper, random},
+                     std::move(timer));
+  std::int64_t shown = 0;
+  bool stopped = false;
+  engine.onTick = [&](std::int64_t count) { shown = count; };
+  engine.onStop = [&](const std::optional<std::string>&) { stopped = true; };
+  engine.intervalMs = options.settingMs;
+  engine.maxClicks = options.clicks;
+  std::printf("realtime %s\n", grantName(worker.realtime()));
+
+  engine.start();
+  const auto limit = std::chrono::steady_clock::now() +
+                     std::chrono::milliseconds((options.settingMs + 8) * options.clicks * 2) +
+                     std::chrono::seconds(10);
+  if (!queue.runUntil([&] { return stopped; }, limit)) {
+    engine.stop(std::nullopt);
+  }
+  std::printf("clicks %lld\nshown %lld\n", static_cast<long long>(engine.sessionClicks()),
+              static_cast<long long>(shown));
+  if (options.idleSeconds > 0) {
+    // The stop's own cancel wakes the worker once; let that pass before counting.
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    const auto before = worker.wakeups();
+    std::this_thread::sleep_for(std::chrono::seconds(options.idleSeconds));
+    std::printf("idle_wakeups %llu\nidle_seconds %ld\n",
+                static_cast<unsigned long long>(worker.wakeups() - before), options.idleSeconds);
+  }
+  std::printf("rss_kib %ld\npeak_rss_kib %ld\n", statusKiB("VmRSS").value_or(0),
+              statusKiB("VmHWM").value_or(0));
+  return engine.sessionClicks() == options.clicks ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace vorrik::bench
+
+int main(int argc, char** argv) {
+  const auto options = vorrik::bench::parse(argc, argv);
+  if (!options) {
+    std::fprintf(stderr,
+                 "usage: vorrik_bench_clicker --setting MS --clicks N [--idle-seconds S] "
+                 "[--no-spin]\n");
+    return 2;
+  }
+  return vorrik::bench::run(*options);
+}
