@@ -79,7 +79,6 @@ int run(const Options& options) {
   MainThreadQueue queue;
   x11::X11Trust trust;
   x11::X11Injector injector;
-  x11::X11Pointer pointer;
   posix::MonotonicSleeper sleeper(options.timer.spin);
   posix::SystemRandom random;
   auto timer = std::make_unique<posix::WorkerTimer>(options.timer);
@@ -88,8 +87,7 @@ int run(const Options& options) {
     std::fprintf(stderr, "vorrik_bench_clicker: the X server offers no XTEST\n");
     return 2;
   }
-  ClickEngine engine(ClickEngine::Ports{queue, trust, injector, pointer, sleeper, random},
-                     std::move(timer));
+  ClickEngine engine(ClickEngine::Ports{queue, trust, injector, sleeper, random}, std::move(timer));
   std::int64_t shown = 0;
   bool stopped = false;
   engine.onTick = [&](std::int64_t count) { shown = count; };

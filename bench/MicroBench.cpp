@@ -53,7 +53,6 @@ struct Rig {
   fake::FakeMainQueue queue;
   fake::FakeTrust trust;
   NullInjector injector;
-  fake::FakePointer pointer;
   NullSleeper sleeper;
   posix::SystemRandom random;
   ManualTimer* timer = nullptr;
@@ -63,7 +62,7 @@ struct Rig {
     auto owned = std::make_unique<ManualTimer>();
     timer = owned.get();
     engine = std::make_unique<ClickEngine>(
-        ClickEngine::Ports{queue, trust, injector, pointer, sleeper, random}, std::move(owned));
+        ClickEngine::Ports{queue, trust, injector, sleeper, random}, std::move(owned));
     engine->onTick = [](std::int64_t count) { benchmark::DoNotOptimize(count); };
   }
 };

@@ -17,7 +17,6 @@
 #include "platform/EventInjector.h"
 #include "platform/MainQueue.h"
 #include "platform/OneShotTimer.h"
-#include "platform/Pointer.h"
 #include "platform/RandomSource.h"
 #include "platform/Sleeper.h"
 
@@ -34,7 +33,6 @@ class ClickEngine {
     MainQueue& mainQueue;
     AccessibilityTrust& trust;
     EventInjector& injector;
-    Pointer& pointer;
     Sleeper& sleeper;
     RandomSource& random;
   };

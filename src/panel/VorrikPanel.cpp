@@ -35,8 +35,7 @@ using ui::text;
 VorrikPanel::Services VorrikPanel::Services::from(Desktop& desktop, Sleeper& sleeper,
                                                   RandomSource& random,
                                                   std::unique_ptr<OneShotTimer> timer) {
-  return {{desktop.mainQueue(), desktop.trust(), desktop.injector(), desktop.clickPointer(),
-           sleeper, random},
+  return {{desktop.mainQueue(), desktop.trust(), desktop.injector(), sleeper, random},
           std::move(timer),
           desktop.center(),
           desktop.pickPointer(),

@@ -24,9 +24,8 @@ class Desktop {
   virtual MainQueue& mainQueue() = 0;
   virtual AccessibilityTrust& trust() = 0;
   virtual EventInjector& injector() = 0;
-  // The pointer the click worker reads.
-  virtual Pointer& clickPointer() = 0;
-  // The pointer the panel reads where a pick ends, on the main thread.
+  // The pointer the panel reads where a pick ends, on the main thread; clicks at the pointer
+  // need no position, the injector posts them wherever it is.
   virtual Pointer& pickPointer() = 0;
   // Global key and button observation; null where the session offers none.
   virtual InputMonitor* input() = 0;

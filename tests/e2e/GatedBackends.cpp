@@ -53,7 +53,6 @@ class GatedDesktop final : public Desktop {
   MainQueue& mainQueue() override { return real_->mainQueue(); }
   AccessibilityTrust& trust() override { return real_->trust(); }
   EventInjector& injector() override { return injector_; }
-  Pointer& clickPointer() override { return real_->clickPointer(); }
   Pointer& pickPointer() override { return real_->pickPointer(); }
   InputMonitor* input() override { return real_->input(); }
   WindowSystem* windows() override { return real_->windows(); }

@@ -93,10 +93,10 @@ class PortalClicksTest : public QObject {
     hand_ = std::make_unique<LineChild>(qEnvironmentVariable("VORRIK_GNOME_HAND"));
     QTRY_COMPARE_WITH_TIMEOUT(receiver_->last(kFocus), QStringLiteral("focus"), kTimeoutMs);
 
-    engine_ = std::make_unique<ClickEngine>(
-        ClickEngine::Ports{desktop_->mainQueue(), desktop_->trust(), desktop_->injector(),
-                           desktop_->clickPointer(), sleeper_, random_},
-        std::make_unique<posix::WorkerTimer>());
+    engine_ =
+        std::make_unique<ClickEngine>(ClickEngine::Ports{desktop_->mainQueue(), desktop_->trust(),
+                                                         desktop_->injector(), sleeper_, random_},
+                                      std::make_unique<posix::WorkerTimer>());
     engine_->onStop = [this](const std::optional<std::string>& reason) {
       stops_.push_back(reason.value_or("-"));
     };

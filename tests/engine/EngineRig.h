@@ -21,7 +21,7 @@ struct EngineRig {
       timer = world.timer;
     }
     engine = std::make_unique<ClickEngine>(
-        ClickEngine::Ports{queue, trust, injector, pointer, sleeper, random}, std::move(ownTimer));
+        ClickEngine::Ports{queue, trust, injector, sleeper, random}, std::move(ownTimer));
     engine->onTick = [this](std::int64_t n) { log.push_back("tick " + std::to_string(n)); };
     engine->onStop = [this](const std::optional<std::string>& reason) {
       log.push_back("stop " + reason.value_or("-"));
@@ -48,7 +48,6 @@ struct EngineRig {
   fake::FakeMainQueue& queue = world.fakeQueue;
   fake::FakeTrust& trust = world.fakeTrust;
   fake::FakeInjector& injector = world.fakeInjector;
-  fake::FakePointer& pointer = world.fakePointer;
   fake::FakeSleeper& sleeper = world.sleeper;
   fake::FakeRandom& random = world.random;
   fake::FakeTimer* timer = nullptr;  // owned by the engine; unused with a real timer

@@ -84,9 +84,8 @@ TEST(SessionRefusalTest, StartIsRefusedWithTheWaylandTextInEveryLanguage) {
   fake::FakeDesktop world;
   const Session gnome{":1", "wayland-0", "wayland", ""};
   x11::X11Trust trust(nullptr, x11::reachesWholeSession(gnome));
-  ClickEngine engine(
-      {world.fakeQueue, trust, world.fakeInjector, world.fakePointer, world.sleeper, world.random},
-      world.makeTimer());
+  ClickEngine engine({world.fakeQueue, trust, world.fakeInjector, world.sleeper, world.random},
+                     world.makeTimer());
   std::optional<std::string> reason;
   engine.onStop = [&](const std::optional<std::string>& why) { reason = why; };
   L::install({&world.fakeDefaults, &world.fakeLanguages, &world.fakeCenter});

@@ -24,13 +24,11 @@
 
 namespace vorrik::fake {
 
-// One mouse: the click worker and the panel read the same fake pointer.
 class FakeDesktop final : public Desktop {
  public:
   MainQueue& mainQueue() override { return fakeQueue; }
   AccessibilityTrust& trust() override { return fakeTrust; }
   EventInjector& injector() override { return fakeInjector; }
-  Pointer& clickPointer() override { return fakePointer; }
   Pointer& pickPointer() override { return fakePointer; }
   InputMonitor* input() override { return &fakeInput; }
   WindowSystem* windows() override { return &fakeWindows; }

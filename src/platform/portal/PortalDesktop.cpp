@@ -47,7 +47,6 @@ class PortalDesktop final : public Desktop {
   MainQueue& mainQueue() override { return mainQueue_; }
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
-  Pointer& clickPointer() override { return clickPointer_; }
   Pointer& pickPointer() override { return pickPointer_; }
   InputMonitor* input() override { return nullptr; }
   WindowSystem* windows() override { return nullptr; }
@@ -78,7 +77,6 @@ class PortalDesktop final : public Desktop {
   PortalSession session_;
   PortalTrust trust_;
   PortalInjector injector_;
-  CursorPointer clickPointer_;
   NoPointer pickPointer_;
   QObject context_;
   QMetaObject::Connection screenWatch_;

@@ -48,12 +48,6 @@ class PortalInjector final : public EventInjector {
   QRect screen_;  // guarded by mutex_
 };
 
-// Clients cannot read the global pointer position on Wayland; a bare button lands there.
-class CursorPointer final : public Pointer {
- public:
-  std::optional<ClickPoint> position() override { return std::nullopt; }
-};
-
 // Trusted while the session is started. Asking (prompt) opens the desktop's consent dialog and
 // answers false at once: the answer arrives later, and the run that asked has been refused, as
 // where the system's own settings grant the permission. A refusal or revocation leaves it

@@ -47,7 +47,6 @@ class WlrootsDesktop final : public Desktop {
   MainQueue& mainQueue() override { return mainQueue_; }
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
-  Pointer& clickPointer() override { return clickPointer_; }
   Pointer& pickPointer() override { return picker_; }
   InputMonitor* input() override { return &picker_; }
   WindowSystem* windows() override { return nullptr; }
@@ -64,7 +63,6 @@ class WlrootsDesktop final : public Desktop {
   qt::QtSettingsLink settingsLink_;
   WlrootsTrust trust_;
   WlrootsInjector injector_;
-  CursorPointer clickPointer_;
   PickOverlay picker_;
   SwayBinding binding_;
 };

@@ -52,13 +52,6 @@ class WlrootsInjector final : public EventInjector {
   std::unique_ptr<VirtualPointer> pointer_;
 };
 
-// Only the compositor knows where the pointer is; a bare button event lands there.
-class CursorPointer final : public Pointer {
- public:
-  // Nothing, every time.
-  std::optional<ClickPoint> position() override { return std::nullopt; }
-};
-
 // Trusted when the compositor offers the virtual-pointer global; there is nothing to grant.
 class WlrootsTrust final : public AccessibilityTrust {
  public:

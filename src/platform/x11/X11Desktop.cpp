@@ -20,7 +20,6 @@ class X11Desktop final : public Desktop {
   MainQueue& mainQueue() override { return mainQueue_; }
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
-  Pointer& clickPointer() override { return clickPointer_; }
   Pointer& pickPointer() override { return pickPointer_; }
   InputMonitor* input() override { return &input_; }
   WindowSystem* windows() override { return &windows_; }
@@ -37,7 +36,6 @@ class X11Desktop final : public Desktop {
   qt::QtSettingsLink settingsLink_;
   X11Trust trust_;
   X11Injector injector_;
-  X11Pointer clickPointer_;
   X11Pointer pickPointer_;
   X11InputMonitor input_;
   X11WindowSystem windows_;

@@ -71,10 +71,9 @@ class WlrootsClicks : public ::testing::Test {
   e2e::WaylandReceiver receiver{VORRIK_WAYLAND_RECEIVER};
   fake::FakeMainQueue queue;
   wlroots::WlrootsTrust trust;
-  wlroots::CursorPointer pointer;
   posix::MonotonicSleeper sleeper;
   posix::SystemRandom random;
-  ClickEngine engine{{queue, trust, injector, pointer, sleeper, random},
+  ClickEngine engine{{queue, trust, injector, sleeper, random},
                      std::make_unique<posix::WorkerTimer>()};
   std::int64_t lastTick = 0;
   std::optional<std::string> stopText;

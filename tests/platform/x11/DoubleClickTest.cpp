@@ -38,7 +38,7 @@ class DoubleClickTest : public QObject {
     QVERIFY(QTest::qWaitForWindowExposed(target_.get()));
     const QPoint centre = target_->mapToGlobal(target_->rect().center());
     engine_ = std::make_unique<ClickEngine>(
-        ClickEngine::Ports{queue_, trust_, injector_, pointer_, sleeper_, random_},
+        ClickEngine::Ports{queue_, trust_, injector_, sleeper_, random_},
         std::make_unique<posix::WorkerTimer>());
     engine_->points.assign({{double(centre.x()), double(centre.y())}});
   }
@@ -67,7 +67,6 @@ class DoubleClickTest : public QObject {
   qt::QtMainQueue queue_;
   x11::X11Trust trust_;
   x11::X11Injector injector_;
-  x11::X11Pointer pointer_;
   posix::MonotonicSleeper sleeper_;
   posix::SystemRandom random_;
   std::unique_ptr<Target> target_;

@@ -56,10 +56,9 @@ class X11Clicks : public ::testing::Test {
   fake::FakeMainQueue queue;
   x11::X11Trust trust;
   x11::X11Injector injector;
-  x11::X11Pointer pointer;
   posix::MonotonicSleeper sleeper;
   posix::SystemRandom random;
-  ClickEngine engine{{queue, trust, injector, pointer, sleeper, random},
+  ClickEngine engine{{queue, trust, injector, sleeper, random},
                      std::make_unique<posix::WorkerTimer>()};
   std::int64_t lastTick = 0;
   std::optional<std::string> stopText;
