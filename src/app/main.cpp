@@ -19,7 +19,6 @@
 #include "panel/VorrikPanel.h"
 #include "platform/Backend.h"
 #include "platform/posix/PosixServices.h"
-#include "platform/qt/QtServices.h"
 
 #ifndef VORRIK_SHORT_VERSION
 #define VORRIK_SHORT_VERSION ""
@@ -47,9 +46,8 @@ int refuseSession(int argc, char** argv, const vorrik::Session& session, const s
         {QStringLiteral("Vorrik cannot click on this desktop"), QString::fromStdString(why), {}});
     return 1;
   }
-  vorrik::qt::QtDefaultsStore defaults;
-  vorrik::qt::QtPreferredLanguages preferred;
-  vorrik::L::install({&defaults, &preferred, nullptr});
+  const std::unique_ptr<vorrik::LanguageSettings> settings = vorrik::openLanguageSettings();
+  vorrik::L::install({&settings->defaults(), &settings->preferredLanguages(), nullptr});
   const vorrik::L::RefusalKeys keys = vorrik::L::refusalKeys(vorrik::Refusal::unsupportedWayland);
   vorrik::AppDelegate::runAlertModally({QString::fromStdString(vorrik::L::t(keys.title)),
                                         QString::fromStdString(vorrik::L::t(keys.body)),

@@ -46,4 +46,14 @@ BackendChoice chooseBackend(const Session& session, std::span<const Backend> can
 // The backends this build holds, best first.
 std::span<const Backend> availableBackends();
 
+// The stored language choice and the system's preferred languages without a desktop, for what
+// start-up says when no backend serves the session; after the QApplication exists.
+class LanguageSettings {
+ public:
+  virtual ~LanguageSettings() = default;
+  virtual DefaultsStore& defaults() = 0;
+  virtual PreferredLanguages& preferredLanguages() = 0;
+};
+std::unique_ptr<LanguageSettings> openLanguageSettings();
+
 }  // namespace vorrik

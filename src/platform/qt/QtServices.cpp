@@ -8,6 +8,9 @@
 #include <QThread>
 
 #include <iostream>
+#include <memory>
+
+#include "platform/Backend.h"
 
 namespace vorrik::qt {
 namespace {
@@ -91,3 +94,21 @@ void QtNotificationCenter::deliver(const std::string& name) {
 }
 
 }  // namespace vorrik::qt
+
+namespace vorrik {
+
+// Every Qt-based backend keeps the language where these look for it.
+std::unique_ptr<LanguageSettings> openLanguageSettings() {
+  class Settings final : public LanguageSettings {
+   public:
+    DefaultsStore& defaults() override { return defaults_; }
+    PreferredLanguages& preferredLanguages() override { return preferred_; }
+
+   private:
+    qt::QtDefaultsStore defaults_;
+    qt::QtPreferredLanguages preferred_;
+  };
+  return std::make_unique<Settings>();
+}
+
+}  // namespace vorrik
