@@ -89,7 +89,9 @@ void QtNotificationCenter::deliver(const std::string& name) {
   // An observer may add observers; they hear only later posts.
   const auto observers = observers_;
   for (const auto& [observed, handler] : observers) {
-    if (observed == name) handler();
+    if (observed == name) {
+      handler();
+    }
   }
 }
 
