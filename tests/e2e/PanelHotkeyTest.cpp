@@ -11,7 +11,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <algorithm>
 #include <memory>
 
 #include "l10n/L.h"
@@ -30,18 +29,7 @@ char* toString(const ClickPoint& point) {
   return QTest::toString(QPointF(point.x, point.y));
 }
 
-namespace {
-
 constexpr int kTimeoutMs = 10000;
-
-std::vector<e2e::Button> pressesIn(const std::vector<e2e::Button>& events) {
-  std::vector<e2e::Button> presses;
-  std::copy_if(events.begin(), events.end(), std::back_inserter(presses),
-               [](const e2e::Button& b) { return b.press; });
-  return presses;
-}
-
-}  // namespace
 
 class PanelHotkeyTest : public QObject {
   Q_OBJECT
@@ -124,29 +112,6 @@ class PanelHotkeyTest : public QObject {
     QVERIFY(QTest::qWaitFor([this] { return !engine().running(); }, kTimeoutMs));
   }
 
-  void otherKeysDoNothing() {
-    // The sentinel: a left press after the keys reaches a monitor of the test's own after the
-    // panel's monitor has seen every key (one stream, in order), and a call queued then runs
-    // after any toggle those keys queued.
-    bool pressed = false;
-    const auto sentinel = desktop_->input()->addLeftPressMonitor([&pressed] { pressed = true; });
-    QVERIFY(sentinel.has_value());
-    for (const KeySym key : {XK_F5, XK_a, XK_Return, XK_F7, XK_F16}) {
-      receiver_->tapKey(key, key == XK_F7);
-    }
-    receiver_->clickLeft();
-    QVERIFY(QTest::qWaitFor([&pressed] { return pressed; }, kTimeoutMs));
-    desktop_->input()->remove(*sentinel);
-    bool settled = false;
-    QMetaObject::invokeMethod(
-        qApp, [&settled] { settled = true; }, Qt::QueuedConnection);
-    QVERIFY(QTest::qWaitFor([&settled] { return settled; }, kTimeoutMs));
-    QVERIFY(!engine().running());
-    // The sentinel's own press, and no click of a run.
-    QVERIFY(QTest::qWaitFor([this] { return !presses().empty(); }, kTimeoutMs));
-    QCOMPARE(presses().size(), 1U);
-  }
-
   void aPickedPointIsWhereTheNextRunClicks() {
     clickOn(ui().addPointBtn);
     QTRY_COMPARE_WITH_TIMEOUT(ui().status->text(), "Click anywhere to set point 1...", kTimeoutMs);
@@ -195,9 +160,7 @@ class PanelHotkeyTest : public QObject {
     receiver_->clickLeft();
   }
 
-  std::vector<e2e::Button> presses() {
-    return pressesIn(receiver_->take(std::chrono::milliseconds(0)));
-  }
+  std::vector<e2e::Button> presses() { return receiver_->presses(std::chrono::milliseconds(0)); }
 
   QTemporaryDir config_;
   std::unique_ptr<Desktop> desktop_;

@@ -158,6 +158,17 @@ class Receiver {
     }
   }
 
+  // The presses among what take(settle) returns.
+  std::vector<Button> presses(std::chrono::milliseconds settle) {
+    std::vector<Button> out;
+    for (const Button& b : take(settle)) {
+      if (b.press) {
+        out.push_back(b);
+      }
+    }
+    return out;
+  }
+
  private:
   Display* display_;
   Window window_ = 0;

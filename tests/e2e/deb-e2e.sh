@@ -3,9 +3,7 @@
 # Packs the built tree with cpack, unpacks the .deb into a fresh root and runs that binary under
 # a private X server.   deb-e2e.sh BUILD_DIR WITH_XVFB
 set -euo pipefail
-scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
-fail() { echo "FAIL: $*" >&2; exit 1; }
+. "$(dirname "$0")/e2e-lib.sh"
 
 cpack -G DEB --config "$1/CPackConfig.cmake" -B "$scratch/pack" >/dev/null 2>&1 || fail "cpack"
 deb=$(ls "$scratch"/pack/vorrik_*.deb)

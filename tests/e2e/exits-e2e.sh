@@ -8,21 +8,15 @@
 # times and prints how many left the button held, instead of failing at the first.
 set -euo pipefail
 gated="$1" app="$2" trials="${3:-}"
-scratch=$(mktemp -d)
-trap 'kill -9 $(jobs -p) 2>/dev/null || true; rm -rf "$scratch"' EXIT
+. "$(dirname "$0")/e2e-lib.sh"
 export TMPDIR="$scratch" XDG_CONFIG_HOME="$scratch" XDG_RUNTIME_DIR="$scratch" QT_QPA_PLATFORM=xcb
 export VORRIK_TEST_GATE="$scratch/gate"
 chmod 700 "$scratch"
 mkdir "$VORRIK_TEST_GATE"
 mkfifo "$VORRIK_TEST_GATE/go"
 
+# With TRIALS a failure counts and the next trial runs.
 fail() { echo "FAIL: $*" >&2; [ -z "$trials" ] && exit 1; return 1; }
-within() {  # SECONDS COMMAND...: retries COMMAND until it succeeds or time runs out
-  local deadline=$((SECONDS + $1)); shift
-  until "$@"; do [ $SECONDS -lt $deadline ] || return 1; sleep 0.05; done
-}
-shown() { [ -n "$(xdotool search --onlyvisible --name '^Vorrik$' 2>/dev/null)" ]; }
-ended() { ! state=$(ps -o stat= -p "$1") || [[ "$state" == Z* ]]; }
 stopped() { [[ "$(ps -o stat= -p "$1")" == T* ]]; }
 running() { [[ "$(ps -o stat= -p "$1")" != T* ]]; }
 held() { xinput query-state "Virtual core XTEST pointer" | grep -q 'button\[1\]=down'; }
@@ -38,7 +32,7 @@ start_pressed() {
   rm -f "$VORRIK_TEST_GATE/pressed"
   # A background job of a script starts with SIGINT and SIGQUIT ignored; a terminal's has not.
   env --default-signal=INT,QUIT "$gated" 2>"$scratch/stderr" & pid=$!
-  within 10 shown || { fail "no panel"; return 1; }
+  within 10 shown 1 || { fail "no panel"; return 1; }
   # F6 counts only while another window has the keyboard; here the root window takes it. The
   # clicks land on the root window too, away from the panel, as they would in another application.
   xdotool mousemove 40 40 windowfocus "$(xwininfo -root | awk '/Window id/ { print $4 }')"

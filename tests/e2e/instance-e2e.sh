@@ -7,8 +7,7 @@
 # drive the run of the running copy, whose clicks land in an xev window under the pointer.
 set -euo pipefail
 app="$1"
-scratch=$(mktemp -d)
-trap 'kill -9 $(jobs -p) 2>/dev/null || true; rm -rf "$scratch"' EXIT
+. "$(dirname "$0")/e2e-lib.sh"
 # Private runtime, cache, settings and temporary directories: nothing of the user's is touched.
 mkdir -m 700 "$scratch/run" "$scratch/cache" "$scratch/config" "$scratch/tmp"
 export XDG_RUNTIME_DIR="$scratch/run" XDG_CACHE_HOME="$scratch/cache"
@@ -16,13 +15,6 @@ export XDG_CONFIG_HOME="$scratch/config" TMPDIR="$scratch/tmp" QT_QPA_PLATFORM=x
 root=0; [ "$(id -u)" = 0 ] && root=1
 nobody=(setpriv --reuid=65534 --regid=65534 --clear-groups)
 
-fail() { echo "FAIL: $*" >&2; exit 1; }
-within() {  # SECONDS COMMAND...: retries COMMAND until it succeeds or time runs out
-  local deadline=$((SECONDS + $1)); shift
-  until "$@"; do [ $SECONDS -lt $deadline ] || return 1; sleep 0.05; done
-}
-shown() { [ "$(xdotool search --onlyvisible --name '^Vorrik$' 2>/dev/null | wc -l)" = "$1" ]; }
-ended() { ! state=$(ps -o stat= -p "$1") || [[ "$state" == Z* ]]; }
 quits_with_0() { within 10 ended "$1" || fail "did not quit"; wait "$1" || fail "status $?"; }
 killed() { kill -"${2:-TERM}" "$1"; { wait "$1"; } 2>/dev/null || true; within 5 shown 0 || fail "a killed panel stayed"; }
 

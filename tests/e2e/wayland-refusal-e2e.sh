@@ -6,20 +6,13 @@
 # silence is the refusal, not a lost key.
 set -euo pipefail
 app="$1"
-scratch=$(mktemp -d)
-trap 'kill -9 $(jobs -p) 2>/dev/null || true; rm -rf "$scratch"' EXIT
+. "$(dirname "$0")/e2e-lib.sh"
 # Private socket, settings and runtime directories; French chosen at an earlier launch.
 export TMPDIR="$scratch" XDG_CONFIG_HOME="$scratch" XDG_RUNTIME_DIR="$scratch" QT_QPA_PLATFORM=xcb
 chmod 700 "$scratch"
 mkdir "$scratch/Vorrik"
 printf '[General]\nvorrik_lang=fr\n' >"$scratch/Vorrik/Vorrik.conf"
 
-fail() { echo "FAIL: $*" >&2; exit 1; }
-within() {  # SECONDS COMMAND...: retries COMMAND until it succeeds or time runs out
-  local deadline=$((SECONDS + $1)); shift
-  until "$@"; do [ $SECONDS -lt $deadline ] || return 1; sleep 0.05; done
-}
-shown() { [ "$(xdotool search --onlyvisible --name '^Vorrik$' 2>/dev/null | wc -l)" = "$1" ]; }
 presses() { grep -c 'RawButtonPress' "$scratch/xi2" || true; }
 pressed() { [ "$(presses)" -gt 0 ]; }
 # Another application to press F6 in: Vorrik's own windows keep their keys.

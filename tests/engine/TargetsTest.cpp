@@ -5,21 +5,10 @@
 #include <vector>
 
 #include "engine/Targets.h"
-#include "platform/fake/FakeRandom.h"
 #include "platform/posix/PosixServices.h"
 
 namespace vorrik {
 namespace {
-
-TEST(Jitter, ScriptedDrawsMapOntoMinusJToPlusJ) {
-  fake::FakeRandom random;
-  random.script({0, 1, 2, 0, 24});
-  EXPECT_EQ(drawJitter(random, 1), -1);
-  EXPECT_EQ(drawJitter(random, 1), 0);
-  EXPECT_EQ(drawJitter(random, 1), 1);
-  EXPECT_EQ(drawJitter(random, 12), -12);
-  EXPECT_EQ(drawJitter(random, 12), 12);
-}
 
 // Pearson's chi-square against the uniform distribution. The thresholds are far in the tail
 // (p below 1e-6), so a correct source practically never fails, while a biased one does.

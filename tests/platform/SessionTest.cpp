@@ -1,17 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Which backend serves a session, and what the X11 backend's trust answers there: a Wayland
-// desktop that no backend serves gets the X11 fallback, which refuses every run with the
-// Wayland texts in the user's language.
+// desktop that no backend serves gets the X11 fallback, which refuses every run for that reason
+// (the refusal's texts: AppDelegateTest and wayland-refusal-e2e.sh).
 #include <gtest/gtest.h>
 
 #include <optional>
 #include <ostream>
 #include <string>
 
-#include "engine/ClickEngine.h"
-#include "l10n/L.h"
 #include "platform/Backend.h"
-#include "platform/fake/FakeDesktop.h"
 #include "platform/x11/X11Desktop.h"
 #include "platform/x11/X11Input.h"
 
@@ -78,27 +75,6 @@ INSTANTIATE_TEST_SUITE_P(
         SessionCase{"WaylandForcedX11", {":1", "wayland-0", "wayland", "x11"}, "x11", true},
         SessionCase{"WaylandWithoutXwayland", {"", "wayland-0", "wayland", ""}, "", true}),
     [](const auto& info) { return std::string(info.param.name); });
-
-// Start on the Xwayland fallback: no click, and the Wayland status line in each language.
-TEST(SessionRefusalTest, StartIsRefusedWithTheWaylandTextInEveryLanguage) {
-  fake::FakeDesktop world;
-  const Session gnome{":1", "wayland-0", "wayland", ""};
-  x11::X11Trust trust(nullptr, x11::reachesWholeSession(gnome));
-  ClickEngine engine({world.fakeQueue, trust, world.fakeInjector, world.sleeper, world.random},
-                     world.makeTimer());
-  std::optional<std::string> reason;
-  engine.onStop = [&](const std::optional<std::string>& why) { reason = why; };
-  L::install({&world.fakeDefaults, &world.fakeLanguages, &world.fakeCenter});
-  for (const std::string& code : L::supported()) {
-    L::setLang(code);
-    reason.reset();
-    engine.start();
-    EXPECT_FALSE(engine.running()) << code;
-    EXPECT_EQ(reason, L::table().at(code).at("wl_needed")) << code;
-  }
-  EXPECT_TRUE(world.fakeInjector.events().empty());
-  L::install({});
-}
 
 }  // namespace
 }  // namespace vorrik

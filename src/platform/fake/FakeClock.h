@@ -11,8 +11,14 @@ using std::chrono::nanoseconds;
 // Virtual monotonic time; thread-safe.
 class FakeClock {
  public:
-  nanoseconds now() const;
-  void advance(nanoseconds by);
+  nanoseconds now() const {
+    std::lock_guard lock(mutex_);
+    return now_;
+  }
+  void advance(nanoseconds by) {
+    std::lock_guard lock(mutex_);
+    now_ += by;
+  }
 
  private:
   mutable std::mutex mutex_;

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <functional>
 #include <mutex>
 #include <optional>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "platform/EventInjector.h"
@@ -14,8 +16,7 @@
 
 namespace vorrik::fake {
 
-using std::chrono::nanoseconds;
-
+// Records every posted event with the fake clock's time; thread-safe.
 class FakeInjector final : public EventInjector {
  public:
   struct Posted {
@@ -23,19 +24,57 @@ class FakeInjector final : public EventInjector {
     nanoseconds at;
   };
   explicit FakeInjector(FakeClock& clock) : clock_(clock) {}
-  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
-                                 std::optional<ClickPoint> at) override;
-  void post(const MouseEvent& event) override;
 
-  std::vector<Posted> posted() const;
-  std::vector<MouseEvent> events() const;
+  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
+                                 std::optional<ClickPoint> at) override {
+    std::lock_guard lock(mutex_);
+    if (failing_.contains(makeCalls_++)) {
+      return std::nullopt;
+    }
+    return MouseEvent{action, button, at, 1};
+  }
+  void post(const MouseEvent& event) override {
+    std::unique_lock lock(mutex_);
+    const auto hook = hook_;
+    lock.unlock();
+    if (hook) {
+      hook(event);
+    }
+    lock.lock();
+    posted_.push_back({event, clock_.now()});
+  }
+
+  std::vector<Posted> posted() const {
+    std::lock_guard lock(mutex_);
+    return posted_;
+  }
+  std::vector<MouseEvent> events() const {
+    std::vector<MouseEvent> events;
+    for (const Posted& p : posted()) {
+      events.push_back(p.event);
+    }
+    return events;
+  }
   // Down events posted so far, which is the number of clicks that reached the system.
-  std::size_t presses() const;
-  int makeCalls() const;
+  std::size_t presses() const {
+    const auto all = events();
+    return std::count_if(all.begin(), all.end(),
+                         [](const MouseEvent& e) { return e.action == MouseAction::down; });
+  }
+  int makeCalls() const {
+    std::lock_guard lock(mutex_);
+    return makeCalls_;
+  }
   // Makes the make() calls with these 0-based indices fail.
-  void failMakeCalls(std::set<int> indices);
+  void failMakeCalls(std::set<int> indices) {
+    std::lock_guard lock(mutex_);
+    failing_ = std::move(indices);
+  }
   // Called inside every post(), before it is recorded (a test can stop a run mid-burst).
-  void onPost(std::function<void(const MouseEvent&)> hook);
+  void onPost(std::function<void(const MouseEvent&)> hook) {
+    std::lock_guard lock(mutex_);
+    hook_ = std::move(hook);
+  }
 
  private:
   FakeClock& clock_;

@@ -1,20 +1,19 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <mutex>
 #include <optional>
 
 #include "platform/Pointer.h"
 
 namespace vorrik::fake {
 
+// The picker's pointer; main thread only.
 class FakePointer final : public Pointer {
  public:
-  std::optional<ClickPoint> position() override;
-  void moveTo(std::optional<ClickPoint> where);
+  std::optional<ClickPoint> position() override { return where_; }
+  void moveTo(std::optional<ClickPoint> where) { where_ = where; }
 
  private:
-  mutable std::mutex mutex_;
   std::optional<ClickPoint> where_ = ClickPoint{0, 0};
 };
 

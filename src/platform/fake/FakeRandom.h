@@ -14,8 +14,19 @@ namespace vorrik::fake {
 // Replays scripted draws, then a fixed-seed generator.
 class FakeRandom final : public RandomSource {
  public:
-  std::uint32_t uniform(std::uint32_t upperBound) override;
-  void script(std::vector<std::uint32_t> draws);
+  std::uint32_t uniform(std::uint32_t upperBound) override {
+    std::lock_guard lock(mutex_);
+    if (script_.empty()) {
+      return std::uniform_int_distribution<std::uint32_t>(0, upperBound - 1)(generator_);
+    }
+    const std::uint32_t draw = script_.front();
+    script_.pop_front();
+    return draw % upperBound;
+  }
+  void script(const std::vector<std::uint32_t>& draws) {
+    std::lock_guard lock(mutex_);
+    script_.assign(draws.begin(), draws.end());
+  }
 
  private:
   std::mutex mutex_;

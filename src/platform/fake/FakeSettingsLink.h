@@ -9,7 +9,7 @@ namespace vorrik::fake {
 class FakeSettingsLink final : public SettingsLink {
  public:
   void open() override { ++opens_; }
-  int opens() const { return opens_; }
+  [[nodiscard]] int opens() const { return opens_; }
 
  private:
   int opens_ = 0;

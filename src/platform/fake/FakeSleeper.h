@@ -12,11 +12,21 @@ namespace vorrik::fake {
 
 using std::chrono::microseconds;
 
+// Records each pause and advances the fake clock by it instead of sleeping.
 class FakeSleeper final : public Sleeper {
  public:
   explicit FakeSleeper(FakeClock& clock) : clock_(clock) {}
-  void sleepFor(microseconds duration) override;
-  std::vector<microseconds> sleeps() const;
+  void sleepFor(microseconds duration) override {
+    {
+      std::lock_guard lock(mutex_);
+      sleeps_.push_back(duration);
+    }
+    clock_.advance(duration);
+  }
+  std::vector<microseconds> sleeps() const {
+    std::lock_guard lock(mutex_);
+    return sleeps_;
+  }
 
  private:
   FakeClock& clock_;

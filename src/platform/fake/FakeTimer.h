@@ -4,6 +4,7 @@
 #include <chrono>
 #include <mutex>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "platform/OneShotTimer.h"
@@ -17,25 +18,46 @@ using std::chrono::nanoseconds;
 class FakeTimer final : public OneShotTimer {
  public:
   explicit FakeTimer(FakeClock& clock) : clock_(clock) {}
-  void arm(nanoseconds delay, Handler handler) override;
-  void cancel() override;
+  void arm(nanoseconds delay, Handler handler) override {
+    std::lock_guard lock(mutex_);
+    handler_ = std::move(handler);
+    delays_.push_back(delay);
+  }
+  void cancel() override {
+    std::lock_guard lock(mutex_);
+    handler_ = nullptr;
+  }
 
-  bool armed() const;
+  bool armed() const { return armedDelay().has_value(); }
   // The delay of the armed handler.
-  std::optional<nanoseconds> armedDelay() const;
+  std::optional<nanoseconds> armedDelay() const {
+    std::lock_guard lock(mutex_);
+    return handler_ ? std::optional(delays_.back()) : std::nullopt;
+  }
   // Every delay ever armed, in order.
-  std::vector<nanoseconds> delays() const;
-  int cancels() const;
+  std::vector<nanoseconds> delays() const {
+    std::lock_guard lock(mutex_);
+    return delays_;
+  }
   // Advances the clock by the armed delay and runs the handler; false when nothing is armed.
-  bool fire();
+  bool fire() {
+    std::unique_lock lock(mutex_);
+    if (!handler_) {
+      return false;
+    }
+    const Handler handler = std::exchange(handler_, nullptr);
+    const nanoseconds delay = delays_.back();
+    lock.unlock();
+    clock_.advance(delay);
+    handler();
+    return true;
+  }
 
  private:
   FakeClock& clock_;
   mutable std::mutex mutex_;
   Handler handler_;
-  nanoseconds delay_{0};
   std::vector<nanoseconds> delays_;
-  int cancels_ = 0;
 };
 
 }  // namespace vorrik::fake

@@ -3,23 +3,56 @@
 
 #include <functional>
 #include <mutex>
+#include <utility>
 
 #include "platform/AccessibilityTrust.h"
 
 namespace vorrik::fake {
 
+// Trusted until told otherwise; counts the questions and the prompts.
 class FakeTrust final : public AccessibilityTrust {
  public:
-  bool isTrusted(bool prompt) override;
-  Refusal refusal() const override;
-  void setTrusted(bool trusted);
-  void setRefusal(Refusal refusal);
-  void setRevokedHandler(std::function<void()> handler) override;
+  bool isTrusted(bool prompt) override {
+    std::lock_guard lock(mutex_);
+    ++queries_;
+    prompts_ += prompt ? 1 : 0;
+    return trusted_;
+  }
+  Refusal refusal() const override {
+    std::lock_guard lock(mutex_);
+    return refusal_;
+  }
+  void setRevokedHandler(std::function<void()> handler) override {
+    std::lock_guard lock(mutex_);
+    revoked_ = std::move(handler);
+  }
+  void setTrusted(bool trusted) {
+    std::lock_guard lock(mutex_);
+    trusted_ = trusted;
+  }
+  void setRefusal(Refusal refusal) {
+    std::lock_guard lock(mutex_);
+    refusal_ = refusal;
+  }
   // Takes trust back as a desktop does: untrusted, and the revoked handler is called.
-  void revoke();
-  // How often the system prompt was asked for.
-  int prompts() const;
-  int queries() const;
+  void revoke() {
+    setTrusted(false);
+    std::unique_lock lock(mutex_);
+    const auto handler = revoked_;
+    lock.unlock();
+    if (handler) {
+      handler();
+    }
+  }
+  // How often the system prompt was asked for, and how often trust was asked at all.
+  int prompts() const {
+    std::lock_guard lock(mutex_);
+    return prompts_;
+  }
+  int queries() const {
+    std::lock_guard lock(mutex_);
+    return queries_;
+  }
 
  private:
   mutable std::mutex mutex_;

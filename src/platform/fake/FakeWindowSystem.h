@@ -2,28 +2,19 @@
 #pragma once
 
 #include <optional>
-#include <vector>
 
 #include "platform/WindowSystem.h"
 
 namespace vorrik::fake {
 
-// Records what the panel asked of the window manager; does nothing else.
+// Keeps the panel's last keyboard request; does nothing else.
 class FakeWindowSystem final : public WindowSystem {
  public:
-  void showOnAllWorkspaces(Window window) override { everyWorkspace.push_back(window); }
-  void setTakesKeyboard(Window window, bool takes) override {
-    lastWindow = window;
-    takesKeyboard = takes;
-    keyboardRequests.push_back(takes);
-  }
+  void showOnAllWorkspaces(Window /*window*/) override {}
+  void setTakesKeyboard(Window /*window*/, bool takes) override { takesKeyboard = takes; }
 
-  // Windows asked to show on every workspace, once per request.
-  std::vector<Window> everyWorkspace;
-  // The last keyboard request and its window; nothing before the first.
+  // Nothing before the first request.
   std::optional<bool> takesKeyboard;
-  std::optional<Window> lastWindow;
-  std::vector<bool> keyboardRequests;
 };
 
 }  // namespace vorrik::fake

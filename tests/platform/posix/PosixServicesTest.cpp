@@ -15,6 +15,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
+const std::thread::id testThread = std::this_thread::get_id();
 
 // Counts handler runs; the test thread waits for a count without polling.
 class Runs {
@@ -39,36 +40,33 @@ class Runs {
   int count_ = 0;
 };
 
-TEST(WorkerTimer, RunsTheHandlerOnceOnItsOwnThread) {
+// A handler that re-arms 40 times, then arms once more and cancels that from inside itself.
+TEST(WorkerTimer, RunsEachHandlerOnceOnItsOwnThreadNeverBeforeItsDeadline) {
   WorkerTimer timer;
   Runs runs;
-  std::thread::id ranOn;
-  timer.arm(5ms, [&] {
-    ranOn = std::this_thread::get_id();
-    runs.hit();
-  });
-  ASSERT_TRUE(runs.waitFor(1));
-  std::this_thread::sleep_for(50ms);
-  EXPECT_EQ(runs.count(), 1);
-  EXPECT_NE(ranOn, std::this_thread::get_id());
-}
-
-TEST(WorkerTimer, NeverRunsAHandlerBeforeItsDeadline) {
-  WorkerTimer timer;
-  Runs runs;
+  Runs cancelled;
   Clock::duration earliest = Clock::duration::max();
   Clock::time_point due;
+  bool onThisThread = false;
   std::function<void()> again = [&] {
     earliest = std::min(earliest, Clock::now() - due);
+    onThisThread = onThisThread || std::this_thread::get_id() == testThread;
+    due = Clock::now() + 2ms;
     if (runs.hit() < 40) {
-      due = Clock::now() + 2ms;
       timer.arm(2ms, again);
+      return;
     }
+    timer.arm(1ms, [&] { cancelled.hit(); });
+    timer.cancel();
   };
   due = Clock::now() + 2ms;
   timer.arm(2ms, again);
   ASSERT_TRUE(runs.waitFor(40));
+  std::this_thread::sleep_for(100ms);
+  EXPECT_EQ(runs.count(), 40);
+  EXPECT_EQ(cancelled.count(), 0);
   EXPECT_GE(earliest, Clock::duration::zero());
+  EXPECT_FALSE(onThisThread);
 }
 
 TEST(WorkerTimer, CancelledAndReplacedHandlersNeverRun) {
@@ -82,25 +80,6 @@ TEST(WorkerTimer, CancelledAndReplacedHandlersNeverRun) {
   ASSERT_TRUE(kept.waitFor(1));
   std::this_thread::sleep_for(200ms);
   EXPECT_EQ(dropped.count(), 0);
-}
-
-TEST(WorkerTimer, TheHandlerCanRearmAndCancel) {
-  WorkerTimer timer;
-  Runs runs;
-  Runs cancelled;
-  std::function<void()> again = [&] {
-    if (runs.hit() < 3) {
-      timer.arm(1ms, again);
-      return;
-    }
-    timer.arm(1ms, [&] { cancelled.hit(); });
-    timer.cancel();
-  };
-  timer.arm(1ms, again);
-  ASSERT_TRUE(runs.waitFor(3));
-  std::this_thread::sleep_for(100ms);
-  EXPECT_EQ(runs.count(), 3);
-  EXPECT_EQ(cancelled.count(), 0);
 }
 
 TEST(WorkerTimer, DestructionCancelsAnArmedHandlerAndWaitsForARunningOne) {
@@ -192,13 +171,11 @@ TEST(WakeLead, SettlesWhereFourWakesInFiveAreEarlyWithinItsBounds) {
   EXPECT_EQ(lead.lead(), nanoseconds::zero());
 }
 
-TEST(SystemRandom, StaysBelowTheBound) {
+// The spread is checked in TargetsTest; here the bounds that would divide by zero.
+TEST(SystemRandom, EmptyAndSingleRangesGiveZero) {
   SystemRandom random;
   EXPECT_EQ(random.uniform(0), 0U);
   EXPECT_EQ(random.uniform(1), 0U);
-  for (int i = 0; i < 1000; ++i) {
-    ASSERT_LT(random.uniform(3), 3U);
-  }
 }
 
 }  // namespace

@@ -42,16 +42,6 @@ class X11Clicks : public ::testing::Test {
     ASSERT_TRUE(pred());
   }
 
-  static std::vector<Button> presses(const std::vector<Button>& events) {
-    std::vector<Button> out;
-    for (const Button& b : events) {
-      if (b.press) {
-        out.push_back(b);
-      }
-    }
-    return out;
-  }
-
   Receiver receiver;
   fake::FakeMainQueue queue;
   x11::X11Trust trust;
@@ -79,27 +69,10 @@ TEST_F(X11Clicks, LeftClicksVisitThePointsInOrderAndStopAtTheCount) {
     EXPECT_EQ(events[i].button, 1U) << i;
     EXPECT_EQ(events[i].at, points[(i / 2) % 3]) << i;
   }
-  const auto down = presses(events);
-  for (std::size_t i = 1; i < down.size(); ++i) {
-    EXPECT_GE(down[i].time - down[i - 1].time, 45U) << "delay 50 ms plus the 8 ms click";
-    EXPECT_LE(down[i].time - down[i - 1].time, 2000U);
+  for (std::size_t i = 2; i < events.size(); i += 2) {
+    EXPECT_GE(events[i].time - events[i - 2].time, 45U) << "delay 50 ms plus the 8 ms click";
+    EXPECT_LE(events[i].time - events[i - 2].time, 2000U);
   }
-}
-
-TEST_F(X11Clicks, RightClickBurstsNeverExceedTheCount) {
-  engine.points.assign({{640, 400}});
-  engine.clickType = ClickType::right;
-  engine.burst = 3;
-  engine.maxClicks = 5;
-  engine.start();
-  pumpUntil([&] { return stopText.has_value(); });
-  const std::vector<Button> events = receiver.take(300ms);
-  ASSERT_EQ(events.size(), 10U);
-  for (const Button& b : events) {
-    EXPECT_EQ(b.button, 3U);
-    EXPECT_EQ(b.at, (ClickPoint{640, 400}));
-  }
-  EXPECT_EQ(stopText, "Done: 5 clicks.");
 }
 
 TEST_F(X11Clicks, AfterAStopOnlyTheRestOfTheBurstArrives) {
@@ -110,7 +83,7 @@ TEST_F(X11Clicks, AfterAStopOnlyTheRestOfTheBurstArrives) {
   pumpUntil([&] { return lastTick >= 6; });
   engine.stop("Stopped");
   const std::int64_t reported = engine.sessionClicks();
-  const auto down = presses(receiver.take(500ms));
+  const auto down = receiver.presses(500ms);
   EXPECT_EQ(down.size() % 4, 0U) << "bursts run to their end";
   EXPECT_LE(static_cast<std::int64_t>(down.size()), reported + 4);
   for (const Button& b : down) {
@@ -118,21 +91,6 @@ TEST_F(X11Clicks, AfterAStopOnlyTheRestOfTheBurstArrives) {
   }
 }
 
-TEST_F(X11Clicks, DoubleClickSendsTwoPairsAbout48msApart) {
-  engine.points.assign({{200, 200}});
-  engine.clickType = ClickType::double_;
-  engine.maxClicks = 1;
-  engine.start();
-  pumpUntil([&] { return stopText.has_value(); });
-  const std::vector<Button> events = receiver.take(300ms);
-  ASSERT_EQ(events.size(), 4U);
-  EXPECT_TRUE(events[0].press && !events[1].press && events[2].press && !events[3].press);
-  EXPECT_GE(events[2].time - events[0].time, 45U);
-  EXPECT_LE(events[2].time - events[0].time, 1000U);
-}
-
-// "Pointer and screens": clicks at the cursor land where the pointer is, whoever moved it and
-// on whichever screen; Left is the button the user's map makes primary.
 TEST_F(X11Clicks, ClicksAtTheCursorFollowEveryKindOfPointerMoveDuringARun) {
   receiver.warpPointer(100, 100);
   engine.intervalMs = 50;
@@ -155,7 +113,7 @@ TEST_F(X11Clicks, ClicksAtTheCursorFollowEveryKindOfPointerMoveDuringARun) {
     }
     const std::int64_t after = lastTick + 2;
     pumpUntil([&] { return lastTick >= after; });
-    const auto down = presses(receiver.take(0ms));
+    const auto down = receiver.presses(0ms);
     ASSERT_FALSE(down.empty());
     EXPECT_EQ(down.back().at, move.expected) << move.x << "," << move.y;
     EXPECT_EQ(receiver.pointerAt(), move.expected) << "the pointer stays where it was moved";
@@ -172,7 +130,7 @@ TEST_F(X11Clicks, ClicksAtTheCursorReachTheSecondScreen) {
   engine.start();
   pumpUntil([&] { return stopText.has_value(); });
   EXPECT_EQ(stopText, "Done: 3 clicks.");
-  const auto down = presses(second.take(300ms));
+  const auto down = second.presses(300ms);
   ASSERT_EQ(down.size(), 3U) << "every counted click was made";
   for (const Button& b : down) {
     EXPECT_EQ(b.at, (ClickPoint{300, 200}));
@@ -188,7 +146,7 @@ TEST_F(X11Clicks, LeftMeansThePrimaryButtonOfAReversedMap) {
     engine.maxClicks = 1;
     engine.start();
     pumpUntil([&] { return stopText.has_value(); });
-    const auto down = presses(receiver.take(300ms));
+    const auto down = receiver.presses(300ms);
     ASSERT_FALSE(down.empty());
     EXPECT_EQ(down.back().button, logical);
   }
@@ -198,7 +156,7 @@ TEST_F(X11Clicks, LeftMeansThePrimaryButtonOfAReversedMap) {
   engine.clickType = ClickType::left;
   engine.start();
   pumpUntil([&] { return stopText.has_value(); });
-  EXPECT_EQ(presses(receiver.take(300ms)).back().button, 1U);
+  EXPECT_EQ(receiver.presses(300ms).back().button, 1U);
 }
 
 }  // namespace

@@ -10,13 +10,11 @@
 #include <memory>
 #include <optional>
 #include <utility>
-#include <vector>
 
 #include "platform/x11/X11InputMonitor.h"
 
-#include <X11/Xlib.h>
-#include <X11/extensions/XTest.h>
-#include <X11/keysym.h>
+// Last: Xlib's macros clash with names in the headers above.
+#include "e2e/Receiver.h"
 
 using vorrik::InputMonitor;
 using vorrik::Key;
@@ -73,16 +71,12 @@ class X11InputMonitorTest : public QObject {
     QTest::addColumn<QString>("keys");
     QTest::addColumn<int>("lefts");
     QTest::newRow("F6") << QStringList{"key", "F6"} << "F" << 0;
-    QTest::newRow("Shift-F6") << QStringList{"key", "shift+F6"} << "oF" << 0;
     QTest::newRow("Ctrl-Alt-F6") << QStringList{"key", "ctrl+alt+F6"} << "ooF" << 0;
     QTest::newRow("F6 twice") << QStringList{"key", "F6", "F6"} << "FF" << 0;
     QTest::newRow("F7") << QStringList{"key", "F7"} << "o" << 0;
-    QTest::newRow("letter") << QStringList{"key", "a"} << "o" << 0;
-    QTest::newRow("left click") << QStringList{"click", "1"} << "" << 1;
     QTest::newRow("three left clicks")
         << QStringList{"click", "--repeat", "3", "--delay", "20", "1"} << "" << 3;
     QTest::newRow("left held") << QStringList{"mousedown", "1", "mouseup", "1"} << "" << 1;
-    QTest::newRow("middle click") << QStringList{"click", "2"} << "" << 0;
     QTest::newRow("right click") << QStringList{"click", "3"} << "" << 0;
     QTest::newRow("wheel") << QStringList{"click", "4"} << "" << 0;
   }
@@ -200,16 +194,8 @@ class X11InputMonitorTest : public QObject {
   }
 
   void leftHandedMappingIsHonoured() {
-    Display* display = XOpenDisplay(nullptr);
-    QVERIFY(display);
-    std::vector<unsigned char> map(256);
-    const int count = XGetPointerMapping(display, map.data(), static_cast<int>(map.size()));
-    QVERIFY(count >= 3);
-    std::vector<unsigned char> swapped(map.begin(), map.begin() + count);
-    std::swap(swapped[0], swapped[2]);
-    QCOMPARE(XSetPointerMapping(display, swapped.data(), count), MappingSuccess);
-    XSync(display, False);
-
+    vorrik::e2e::Receiver hand(0, 0, 1, 1);
+    QVERIFY(hand.mapButtons({3, 2, 1}));
     Seen seen;
     watch(seen);
     xdotool({"click", "3"});
@@ -217,9 +203,7 @@ class X11InputMonitorTest : public QObject {
     const int leftsAfterRight = seen.lefts;
     xdotool({"click", "1"});
     const bool afterLeft = sentinel(seen);
-
-    XSetPointerMapping(display, map.data(), count);
-    XCloseDisplay(display);
+    QVERIFY(hand.mapButtons({1, 2, 3}));
     QVERIFY(afterRight && afterLeft);
     QCOMPARE(leftsAfterRight, 1);  // the physical right button acts as left
     QCOMPARE(seen.lefts, 1);
