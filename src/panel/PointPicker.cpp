@@ -2,6 +2,7 @@
 #include "panel/PointPicker.h"
 
 #include <QApplication>
+#include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPointer>
 #include <QWidget>
@@ -50,7 +51,9 @@ void PointPicker::capture() {
   end();
   // Where the pointer is now, not where the press was reported: the same space clicks use.
   std::optional<ClickPoint> at = pointer_.query();
-  if (at) {
+  // A Wayland client does not know where its windows are; there the picking backend itself
+  // answers nothing for a press on this application's windows.
+  if (at && !QGuiApplication::platformName().startsWith(QLatin1String("wayland"))) {
     // The frame in device pixels, the pointer's unit, with the right and bottom edges outside.
     const qreal ratio = excluded_.devicePixelRatioF();
     const QRect geometry = excluded_.frameGeometry();

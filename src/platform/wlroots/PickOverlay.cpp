@@ -1,45 +1,61 @@
 // SPDX-License-Identifier: MIT
 #include "platform/wlroots/PickOverlay.h"
 
+#include <unistd.h>
+
 #include <QGuiApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
-#include <QWindow>
+
+#include <utility>
+
+#include "platform/wlroots/SwayBinding.h"
 
 namespace vorrik::wlroots {
 namespace {
 
-// One output's cover: full screen on that output, tinted, a cross-hair cursor.
+constexpr std::uint32_t kRunCommand = 0;
+constexpr std::uint32_t kGetTree = 4;
+constexpr int kRetryMs = 20;
+constexpr int kTries = 100;
+// Sway moves a window for input only once the client has drawn after its configure, or after
+// its transaction timeout (200 ms by default).
+constexpr int kSettleMs = 300;
+// Light enough that what lies below stays visible where the compositor draws it.
+constexpr int kTintAlpha = 40;
+
+// One output's cover: tinted, a cross-hair cursor; it knows its place in the output layout
+// only once the compositor says where it put it.
 class Cover final : public QWidget {
  public:
-  Cover(PickOverlay& owner, QScreen* screen) : owner_(owner) {
-    setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+  Cover(PickOverlay& owner, QScreen* screen, const QString& title) : owner_(owner) {
+    setWindowFlags(Qt::FramelessWindowHint);
     setAttribute(Qt::WA_TranslucentBackground);
     setMouseTracking(true);
     setCursor(Qt::CrossCursor);
     setFocusPolicy(Qt::StrongFocus);
-    setWindowTitle(QStringLiteral("Vorrik: click the point"));
+    setWindowTitle(title);
     setScreen(screen);
-    setGeometry(screen->geometry());
   }
+
+  void placeAt(QPoint origin) { origin_ = origin; }
 
  protected:
   void paintEvent(QPaintEvent* /*event*/) override {
-    QPainter painter(this);
-    painter.fillRect(rect(), QColor(40, 110, 220, 60));
+    // Nearly clear until a click is recorded where it lands: the tint says "pick now".
+    QPainter(this).fillRect(rect(), QColor(40, 110, 220, owner_.placed() ? kTintAlpha : 1));
   }
-  // Qt reports a press where the last motion was; following every motion lets a press be
-  // answered even before this window sees it (an application-wide event filter goes first).
+  // Qt reports a press where the last motion was, and an application-wide event filter may
+  // ask before this window sees the press: follow every motion.
   void enterEvent(QEnterEvent* event) override { owner_.seen(global(event->position())); }
   void mouseMoveEvent(QMouseEvent* event) override { owner_.seen(global(event->position())); }
   void mousePressEvent(QMouseEvent* event) override {
-    if (event->button() == Qt::LeftButton) {
-      owner_.clicked(global(event->position()));
-    } else {
-      owner_.clicked(std::nullopt);
-    }
+    owner_.clicked(event->button() == Qt::LeftButton ? global(event->position()) : std::nullopt);
   }
   void keyPressEvent(QKeyEvent* event) override {
     if (event->key() == Qt::Key_Escape) {
@@ -48,19 +64,44 @@ class Cover final : public QWidget {
   }
 
  private:
-  // The window fills its output, so the output's place in the layout is its origin.
-  ClickPoint global(QPointF local) const {
-    const QScreen* on = windowHandle() != nullptr ? windowHandle()->screen() : screen();
-    const QPointF origin = on != nullptr ? QPointF(on->geometry().topLeft()) : QPointF();
-    return {origin.x() + local.x(), origin.y() + local.y()};
+  [[nodiscard]] std::optional<ClickPoint> global(QPointF local) const {
+    if (!origin_) {
+      return std::nullopt;
+    }
+    return ClickPoint{origin_->x() + local.x(), origin_->y() + local.y()};
   }
 
   PickOverlay& owner_;
+  std::optional<QPoint> origin_;
 };
+
+QRect rectOf(const QJsonObject& node, const char* key) {
+  const QJsonObject r = node.value(QLatin1String(key)).toObject();
+  return {r.value(QLatin1String("x")).toInt(), r.value(QLatin1String("y")).toInt(),
+          r.value(QLatin1String("width")).toInt(), r.value(QLatin1String("height")).toInt()};
+}
+
+// Every window in sway's tree that belongs to pid, by title, with its content's rectangle.
+void windowsOf(const QJsonObject& node, qint64 pid, std::vector<std::pair<QString, QRect>>& out) {
+  if (node.value(QLatin1String("pid")).toInteger(-1) == pid &&
+      node.value(QLatin1String("visible")).toBool(true)) {
+    const QRect outer = rectOf(node, "rect");
+    const QRect content = rectOf(node, "window_rect").translated(outer.topLeft());
+    out.emplace_back(node.value(QLatin1String("name")).toString(), content);
+  }
+  for (const char* children : {"nodes", "floating_nodes"}) {
+    for (const auto& child : node.value(QLatin1String(children)).toArray()) {
+      windowsOf(child.toObject(), pid, out);
+    }
+  }
+}
 
 }  // namespace
 
-PickOverlay::PickOverlay() = default;
+PickOverlay::PickOverlay(std::string swaySocket) : swaySocket_(std::move(swaySocket)) {
+  retry_.setInterval(kRetryMs);
+  QObject::connect(&retry_, &QTimer::timeout, [this] { place(); });
+}
 
 PickOverlay::~PickOverlay() {
   hide();
@@ -77,13 +118,99 @@ std::optional<InputMonitor::Handle> PickOverlay::addLeftPressMonitor(
   handler_ = std::move(handler);
   active_ = next_++;
   last_.reset();
+  placed_ = false;
+  const bool sway = !swaySocket_.empty() && swayRequest(swaySocket_, kGetTree, {}).has_value();
+  int index = 0;
   for (QScreen* screen : QGuiApplication::screens()) {
-    auto* cover = new Cover(*this, screen);
-    covers_.emplace_back(cover);
-    cover->showFullScreen();
-    cover->activateWindow();
+    const QString title = QStringLiteral("Vorrik pick %1").arg(++index);
+    auto* cover = new Cover(*this, screen, title);
+    covers_.push_back({cover, title, screen->geometry().topLeft(), false});
+    if (sway) {
+      // Floating, not full screen: sway draws black behind a full-screen window.
+      cover->setFixedSize(screen->geometry().size());
+      cover->show();
+    } else {
+      cover->placeAt(screen->geometry().topLeft());
+      placed_ = true;
+      cover->showFullScreen();
+      cover->activateWindow();
+    }
+  }
+  if (sway) {
+    tries_ = 0;
+    retry_.start();
   }
   return active_;
+}
+
+void PickOverlay::place() {
+  if (settling_) {
+    // Drawing again commits the acknowledged configure, which lets sway finish the move.
+    for (const Placed& p : covers_) {
+      if (p.cover) {
+        p.cover->update();
+      }
+    }
+    if (++tries_ * kRetryMs >= kSettleMs) {
+      retry_.stop();
+      placed_ = true;
+    }
+    return;
+  }
+  const std::string pid = std::to_string(::getpid());
+  bool pending = false;
+  for (Placed& p : covers_) {
+    if (p.cover == nullptr || p.done) {
+      continue;
+    }
+    // Fails until sway has mapped the window.
+    const QPoint at = p.target;
+    const std::optional<std::string> reply =
+        swayRequest(swaySocket_, kRunCommand,
+                    "[pid=" + pid + " title=\"^" + p.title.toStdString() +
+                        "$\"] floating enable, border none, move absolute position " +
+                        std::to_string(at.x()) + " " + std::to_string(at.y()) + ", focus");
+    p.done = reply && swaySucceeded(*reply);
+    pending = pending || !p.done;
+  }
+  if (pending && ++tries_ < kTries) {
+    return;
+  }
+  // Where sway really put everything: the covers' origins, the other windows to leave alone.
+  std::vector<std::pair<QString, QRect>> windows;
+  if (const std::optional<std::string> tree = swayRequest(swaySocket_, kGetTree, {})) {
+    windowsOf(QJsonDocument::fromJson(QByteArray::fromStdString(*tree)).object(), ::getpid(),
+              windows);
+  }
+  excluded_.clear();
+  for (const auto& [title, rect] : windows) {
+    bool cover = false;
+    for (Placed& p : covers_) {
+      if (p.cover != nullptr && p.title == title) {
+        cover = true;
+        static_cast<Cover*>(p.cover.data())->placeAt(rect.topLeft());
+      }
+    }
+    if (!cover) {
+      excluded_.push_back(rect);
+    }
+  }
+  settling_ = true;
+  tries_ = 0;
+}
+
+bool PickOverlay::excluded(ClickPoint at) const {
+  const QPointF point(at.x, at.y);
+  for (const QRect& r : excluded_) {
+    if (QRectF(r).contains(point)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+void PickOverlay::seen(std::optional<ClickPoint> at) {
+  last_ = placed_ && at && !excluded(*at) ? at : std::nullopt;
 }
 
 void PickOverlay::remove(Handle handle) {
@@ -98,7 +225,7 @@ void PickOverlay::clicked(std::optional<ClickPoint> at) {
   if (!active_) {
     return;  // the pick already ended, through an application-wide filter for this press
   }
-  last_ = at;
+  seen(at);
   // The handler usually removes this monitor; keep it callable until it returns.
   const std::function<void()> handler = handler_;
   active_.reset();
@@ -110,14 +237,18 @@ void PickOverlay::clicked(std::optional<ClickPoint> at) {
 }
 
 void PickOverlay::hide() {
+  retry_.stop();
+  placed_ = false;
+  settling_ = false;
   // Later: this may run inside one of the covers' own event handlers.
-  for (const QPointer<QWidget>& cover : covers_) {
-    if (cover) {
-      cover->hide();
-      cover->deleteLater();
+  for (const Placed& p : covers_) {
+    if (p.cover) {
+      p.cover->hide();
+      p.cover->deleteLater();
     }
   }
   covers_.clear();
+  excluded_.clear();
 }
 
 }  // namespace vorrik::wlroots

@@ -47,13 +47,6 @@ bool readAll(int fd, char* data, std::size_t size) {
   return true;
 }
 
-// Sway answers a command list with one JSON object per command; each says "success".
-bool succeeded(const std::string& reply) {
-  return reply.find("\"success\": false") == std::string::npos &&
-         reply.find("\"success\":false") == std::string::npos &&
-         reply.find("\"success\"") != std::string::npos;
-}
-
 }  // namespace
 
 std::optional<std::string> swayRequest(const std::string& socketPath, std::uint32_t type,
@@ -91,6 +84,12 @@ std::optional<std::string> swayRequest(const std::string& socketPath, std::uint3
   return reply;
 }
 
+bool swaySucceeded(const std::string& reply) {
+  return reply.find("\"success\": false") == std::string::npos &&
+         reply.find("\"success\":false") == std::string::npos &&
+         reply.find("\"success\"") != std::string::npos;
+}
+
 std::string bindingLine(const std::string& key, const std::string& command) {
   return "bindsym " + key + " exec " + command;
 }
@@ -116,7 +115,7 @@ SwayBinding::SwayBinding(std::string key, const std::string& command, std::strin
   }
   const std::optional<std::string> reply =
       swayRequest(socketPath_, kRunCommand, bindingLine(key_, command));
-  bound_ = reply && succeeded(*reply);
+  bound_ = reply && swaySucceeded(*reply);
   if (!bound_) {
     why_ = "sway refused the binding: " + reply.value_or("no answer");
   }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -34,6 +35,9 @@ class SwayBinding {
 // type 0 runs commands, 9 returns the loaded configuration.
 std::optional<std::string> swayRequest(const std::string& socketPath, std::uint32_t type,
                                        const std::string& payload);
+
+// Whether a reply to a run-command request says that every command succeeded.
+bool swaySucceeded(const std::string& reply);
 
 // The line a user adds to a sway-style configuration to toggle runs with key.
 std::string bindingLine(const std::string& key, const std::string& command);

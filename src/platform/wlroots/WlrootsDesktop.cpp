@@ -63,7 +63,7 @@ class WlrootsDesktop final : public Desktop {
   qt::QtSettingsLink settingsLink_;
   WlrootsTrust trust_;
   WlrootsInjector injector_;
-  PickOverlay picker_;
+  PickOverlay picker_{env("SWAYSOCK")};
   SwayBinding binding_;
 };
 

@@ -327,6 +327,18 @@ class VirtualPointer {
       wl_display_cancel_read(display_);
     }
     wl_display_dispatch_pending(display_);
+    // An output that just appeared has no place yet: its first events follow one round trip,
+    // and a motion scaled to the old layout would land elsewhere.
+    for (int i = 0; i < 2 && anyOutputUnplaced(); ++i) {
+      wl_display_roundtrip(display_);
+    }
+  }
+
+  [[nodiscard]] bool anyOutputUnplaced() const {
+    return std::any_of(globals_->outputs.begin(), globals_->outputs.end(), [](const Output& out) {
+      const Box b = out.box();
+      return b.width <= 0 || b.height <= 0 || (out.xdg != nullptr && !out.logical);
+    });
   }
 
   [[nodiscard]] std::optional<Box> layoutBox() const {

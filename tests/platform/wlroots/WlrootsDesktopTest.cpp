@@ -3,6 +3,10 @@
 // through sway's IPC for as long as the binding lives.
 #include <QApplication>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QScreen>
 #include <QTest>
 #include <QWindow>
 
@@ -32,6 +36,57 @@ class WlrootsDesktopTest : public QObject {
     QTRY_VERIFY(!coversShown(0));
     QVERIFY(!handled);
     QCOMPARE(picker_.addKeyMonitor([](Key) {}), std::nullopt);
+  }
+
+  void aPickRecordsOneClickWhereItLandsOrCancels() {
+    // A second output right of the first: points come back in layout pixels on either.
+    QVERIFY(sway("create_output"));
+    QTRY_COMPARE(QGuiApplication::screens().size(), 2);
+    QRect right;
+    for (const QScreen* screen : QGuiApplication::screens()) {
+      right = screen->geometry().x() > right.x() ? screen->geometry() : right;
+    }
+    QVERIFY(right.x() > 0);
+    // This process's other window, as the panel is: a click on it (under the cover) cancels.
+    QWidget panel;
+    panel.setWindowTitle(QStringLiteral("Panel"));
+    panel.setFixedSize(200, 100);
+    panel.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&panel));
+    QVERIFY(QTest::qWaitFor(
+        [] { return sway(R"([title="^Panel$"] move absolute position 300 200)"); }));
+
+    enum class Act { click, rightClick, escape };
+    const ClickPoint onRight{right.x() + 120.0, right.y() + 45.0};
+    const struct {
+      const char* what = nullptr;
+      Act act = Act::click;
+      ClickPoint at;
+      std::optional<ClickPoint> want;
+    } cases[] = {{"left output", Act::click, {37, 61}, ClickPoint{37, 61}},
+                 {"right output", Act::click, onRight, onRight},
+                 {"on the panel", Act::click, {350, 250}, std::nullopt},
+                 {"right button", Act::rightClick, {37, 61}, std::nullopt},
+                 {"Escape", Act::escape, {}, std::nullopt}};
+    for (const auto& c : cases) {
+      bool handled = false;
+      const auto handle = picker_.addLeftPressMonitor([&] { handled = true; });
+      QVERIFY2(QTest::qWaitFor([&] { return picker_.placed(); }, 10000), c.what);
+      QCOMPARE(floatingCovers(), 2);
+      if (c.act == Act::escape) {
+        QVERIFY(e2e::tapKey("Escape"));
+      } else {
+        click(c.act == Act::click ? MouseButton::left : MouseButton::right, c.at);
+      }
+      QVERIFY2(QTest::qWaitFor([&] { return handled; }, 10000), c.what);
+      const auto got = picker_.position();
+      QVERIFY2(got == c.want, qPrintable(QStringLiteral("%1: got %2 %3")
+                                             .arg(c.what)
+                                             .arg(got ? got->x : -1)
+                                             .arg(got ? got->y : -1)));
+      picker_.remove(*handle);
+      QVERIFY2(QTest::qWaitFor([] { return floatingCovers() == 0; }, 10000), c.what);
+    }
   }
 
   void aBindingRunsItsCommandUntilItGoes() {
@@ -66,6 +121,8 @@ class WlrootsDesktopTest : public QObject {
     }
   }
 
+  // Not test slots from here on.
+  // NOLINTNEXTLINE(readability-redundant-access-specifiers)
  private:
   // Whether count covers are up and shown by the compositor (count 0: none is visible).
   static bool coversShown(int count = -1) {
@@ -83,8 +140,41 @@ class WlrootsDesktopTest : public QObject {
     return QTest::qWaitFor([&] { return exposed() == want; }, 10000);
   }
 
+  void click(MouseButton button, ClickPoint at) {
+    for (MouseAction action : {MouseAction::down, MouseAction::up}) {
+      const auto event = injector_.make(action, button, at);
+      QVERIFY(event);
+      injector_.post(*event);
+    }
+  }
+
+  static bool sway(const std::string& command) {
+    const auto reply =
+        wlroots::swayRequest(qEnvironmentVariable("SWAYSOCK").toStdString(), 0, command);
+    return reply && wlroots::swaySucceeded(*reply);
+  }
+
+  // How many pick covers sway shows floated, as the overlay asks it to.
+  static int floatingCovers() {
+    const auto tree = wlroots::swayRequest(qEnvironmentVariable("SWAYSOCK").toStdString(), 4, {});
+    int n = 0;
+    const std::function<void(const QJsonObject&)> walk = [&](const QJsonObject& node) {
+      n += node["name"].toString().startsWith("Vorrik pick") &&
+                   node["type"].toString() == "floating_con"
+               ? 1
+               : 0;
+      for (const char* children : {"nodes", "floating_nodes"}) {
+        for (const auto& child : node[QLatin1String(children)].toArray()) {
+          walk(child.toObject());
+        }
+      }
+    };
+    walk(QJsonDocument::fromJson(QByteArray::fromStdString(tree.value_or(""))).object());
+    return n;
+  }
+
   wlroots::WlrootsInjector& injector_;
-  wlroots::PickOverlay picker_;
+  wlroots::PickOverlay picker_{qEnvironmentVariable("SWAYSOCK").toStdString()};
 };
 
 }  // namespace vorrik
