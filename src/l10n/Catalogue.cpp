@@ -2,7 +2,8 @@
 // The built-in texts. Each list keeps the same key order; translators edit one column at a time.
 // Texts use "..." rather than an ellipsis character, and "{name}" placeholders stay as in English.
 // Vorrik ships for Linux: texts about the right to click name what a Linux session needs (ax_*
-// for an X server, wl_* for a Wayland desktop no backend serves), never another system's settings.
+// for an X server, wl_* for a Wayland desktop no backend serves, rd_* for a desktop that clicks
+// only with consent given through its portal), never another system's settings.
 #include "l10n/Catalogue.h"
 
 namespace vorrik::L::catalogue {
@@ -77,6 +78,14 @@ const List en{{
      "keyboard. So Vorrik starts no runs here. Log in to an X11 session, or use a supported "
      "desktop (wlroots compositors such as sway)."},
     {"wl_needed", "No runs on this Wayland desktop: use an X11 session or a supported desktop."},
+    {"rd_title", "Your desktop asks before Vorrik clicks"},
+    {"rd_body",
+     "On this desktop an app can click for you only with your consent, through the desktop's "
+     "remote-desktop permission. The desktop asks whether to allow remote interaction: allow it "
+     "(on GNOME, turn on \"Allow remote interaction\", then press Share), then press Start again. "
+     "On Debian 12 it asks once each time Vorrik starts. Vorrik only moves the pointer and presses "
+     "its buttons: it never reads your screen, never collects data and has no ads."},
+    {"rd_needed", "Allow remote interaction when your desktop asks, then press Start again."},
 }};
 
 const List ht{{
@@ -149,6 +158,14 @@ const List ht{{
      "sèvi ak yon biwo ki sipòte (konpozitè wlroots tankou sway)."},
     {"wl_needed",
      "Pa gen klik sou biwo Wayland sa a: sèvi ak yon sesyon X11 oswa yon biwo ki sipòte."},
+    {"rd_title", "Biwo w la mande anvan Vorrik klike"},
+    {"rd_body",
+     "Sou biwo sa a, yon app ka klike pou ou sèlman avèk konsantman ou, atravè pèmisyon biwo a "
+     "pou kontwòl a distans. Biwo a mande si pou l pèmèt entèraksyon a distans: aksepte l (sou "
+     "GNOME, limen \"Allow remote interaction\", epi peze Share), epi peze Kòmanse ankò. Sou "
+     "Debian 12, li mande yon fwa chak fwa Vorrik demare. Vorrik sèlman deplase kisè a epi peze "
+     "bouton li yo: li pa janm li ekran ou, pa janm ranmase done e li pa gen piblisite."},
+    {"rd_needed", "Pèmèt entèraksyon a distans lè biwo w la mande, epi peze Kòmanse ankò."},
 }};
 
 const List fr{{
@@ -224,6 +241,18 @@ const List fr{{
      "utilisez un bureau pris en charge (compositeurs wlroots comme sway)."},
     {"wl_needed",
      "Aucun clic sur ce bureau Wayland : ouvrez une session X11 ou un bureau pris en charge."},
+    {"rd_title", "Votre bureau demande avant que Vorrik clique"},
+    {"rd_body",
+     "Sur ce bureau, une app ne peut cliquer pour vous qu'avec votre accord, donné par la "
+     "permission de bureau à distance. Le bureau demande s'il faut autoriser l'interaction à "
+     "distance : acceptez (sous GNOME, activez « Autoriser l'interaction à distance », puis "
+     "appuyez sur Partager), puis appuyez à nouveau sur Démarrer. Sous Debian 12, il le demande "
+     "une fois à chaque lancement de Vorrik. Vorrik ne fait que déplacer le pointeur et appuyer "
+     "sur ses boutons : il ne lit jamais votre écran, ne collecte aucune donnée et n'affiche "
+     "aucune publicité."},
+    {"rd_needed",
+     "Autorisez l'interaction à distance quand votre bureau le demande, puis appuyez à nouveau "
+     "sur Démarrer."},
 }};
 
 const List es{{
@@ -300,6 +329,16 @@ const List es{{
      "sway)."},
     {"wl_needed",
      "Sin clics en este escritorio Wayland: usa una sesión X11 o un escritorio compatible."},
+    {"rd_title", "Tu escritorio pregunta antes de que Vorrik haga clic"},
+    {"rd_body",
+     "En este escritorio una app solo puede hacer clic por ti con tu consentimiento, a través del "
+     "permiso de escritorio remoto. El escritorio pregunta si permitir la interacción remota: "
+     "permítela (en GNOME, activa \"Permitir interacción remota\" y pulsa Compartir) y luego "
+     "pulsa Iniciar otra vez. En Debian 12 pregunta una vez cada vez que Vorrik se inicia. Vorrik "
+     "solo mueve el puntero y pulsa sus botones: nunca lee tu pantalla, nunca recopila datos y no "
+     "tiene anuncios."},
+    {"rd_needed",
+     "Permite la interacción remota cuando tu escritorio lo pida y pulsa Iniciar otra vez."},
 }};
 
 const List pt{{
@@ -376,6 +415,16 @@ const List pt{{
     {"wl_needed",
      "Sem cliques nesta área de trabalho Wayland: use uma sessão X11 ou uma área de trabalho "
      "compatível."},
+    {"rd_title", "Sua área de trabalho pergunta antes de o Vorrik clicar"},
+    {"rd_body",
+     "Nesta área de trabalho um app só pode clicar por você com o seu consentimento, através da "
+     "permissão de área de trabalho remota. A área de trabalho pergunta se deve permitir a "
+     "interação remota: permita (no GNOME, ative \"Permitir interação remota\" e clique em "
+     "Compartilhar) e depois clique em Iniciar de novo. No Debian 12 ela pergunta uma vez a cada "
+     "vez que o Vorrik é aberto. O Vorrik só move o ponteiro e aperta os botões dele: nunca lê sua "
+     "tela, nunca coleta dados e não tem anúncios."},
+    {"rd_needed",
+     "Permita a interação remota quando sua área de trabalho pedir e clique em Iniciar de novo."},
 }};
 
 }  // namespace vorrik::L::catalogue

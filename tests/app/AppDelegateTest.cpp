@@ -220,22 +220,26 @@ class AppDelegateTest : public QObject {
     QTest::addColumn<bool>("trusted");
     QTest::addColumn<int>("answer");
     QTest::addColumn<int>("opens");
-    QTest::addColumn<bool>("wayland");
-    QTest::newRow("trusted") << "en" << true << kAlertFirstButton << 0 << false;
-    QTest::newRow("Open Help") << "en" << false << kAlertFirstButton << 1 << false;
-    QTest::newRow("Later") << "en" << false << kAlertSecondButton << 0 << false;
-    QTest::newRow("closed") << "en" << false << 999 << 0 << false;
-    QTest::newRow("Spanish") << "es" << false << kAlertSecondButton << 0 << false;
-    QTest::newRow("unserved Wayland, French") << "fr" << false << kAlertSecondButton << 0 << true;
+    QTest::addColumn<Refusal>("refusal");
+    const Refusal x11 = Refusal::noInjection;
+    QTest::newRow("trusted") << "en" << true << kAlertFirstButton << 0 << x11;
+    QTest::newRow("Open Help") << "en" << false << kAlertFirstButton << 1 << x11;
+    QTest::newRow("Later") << "en" << false << kAlertSecondButton << 0 << x11;
+    QTest::newRow("closed") << "en" << false << 999 << 0 << x11;
+    QTest::newRow("Spanish") << "es" << false << kAlertSecondButton << 0 << x11;
+    QTest::newRow("unserved Wayland, French")
+        << "fr" << false << kAlertSecondButton << 0 << Refusal::unsupportedWayland;
+    QTest::newRow("consent, Portuguese")
+        << "pt" << false << kAlertFirstButton << 1 << Refusal::notAllowed;
   }
   void startUpAsksForThePermissionOnlyWithoutIt() {
     QFETCH(QString, lang);
     QFETCH(bool, trusted);
     QFETCH(int, answer);
     QFETCH(int, opens);
-    QFETCH(bool, wayland);
-    World world(lang.toStdString(), trusted, answer,
-                wayland ? Refusal::unsupportedWayland : Refusal::noInjection);
+    QFETCH(Refusal, refusal);
+    World world(lang.toStdString(), trusted, answer, refusal);
+    const L::RefusalKeys keys = L::refusalKeys(refusal);
     QCOMPARE(world.alerts.size(), trusted ? 0u : 1u);
     QCOMPARE(world.link.opens(), opens);
     QCOMPARE(world.trust.prompts(), opens);  // the system's own request goes with the link
@@ -243,15 +247,15 @@ class AppDelegateTest : public QObject {
       return;
     }
     QVERIFY(world.readyAtAlert);
-    QCOMPARE(world.alerts[0].message, texts({wayland ? "wl_title" : "ax_title"}).front());
-    QCOMPARE(world.alerts[0].informative, texts({wayland ? "wl_body" : "ax_body"}).front());
+    QCOMPARE(world.alerts[0].message, QString::fromStdString(L::t(keys.title)));
+    QCOMPARE(world.alerts[0].informative, QString::fromStdString(L::t(keys.body)));
     QCOMPARE(world.alerts[0].buttons, texts({"open_settings", "later"}));
     QVERIFY(world.panel()->isVisible());
     // Start is refused with the same session's status line.
     world.status()->actions().at(1)->trigger();
     QVERIFY(!test::PanelProbe::engine(*world.panel()).running());
     QCOMPARE(test::PanelProbe::widgets(*world.panel()).status->text(),
-             texts({wayland ? "wl_needed" : "ax_needed"}).front());
+             QString::fromStdString(L::t(keys.line)));
     QCOMPARE(world.injector.events().size(), 0u);
     // The tray's command opens the link without asking first.
     const int queries = world.trust.queries();

@@ -113,7 +113,7 @@ class PortalClicksTest : public QObject {
   void refusalRefusesTheRunAndTheNextStartAsksAgain() {
     // Start asks; the run is refused at once with the permission line, whatever the answer.
     engine_->start();
-    QCOMPARE(stops_, std::vector<std::string>{L::t("ax_needed")});
+    QCOMPARE(stops_, std::vector<std::string>{L::t("rd_needed")});
     QVERIFY(!engine_->running());
     waitForDialog();
     refuse();
