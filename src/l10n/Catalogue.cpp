@@ -86,6 +86,15 @@ const List en{{
      "On Debian 12 it asks once each time Vorrik starts. Vorrik only moves the pointer and presses "
      "its buttons: it never reads your screen, never collects data and has no ads."},
     {"rd_needed", "Allow remote interaction when your desktop asks, then press Start again."},
+    {"f6_title", "Start and stop with F6 on this desktop?"},
+    {"f6_body",
+     "This desktop shows no app the keys pressed in other apps, so F6 reaches Vorrik only as one "
+     "of the desktop's own keyboard shortcuts. Vorrik can add it for you: F6 then runs "
+     "\"vorrik --toggle\", which starts or stops a run. Your other shortcuts stay as they are, "
+     "and the Vorrik menu removes it again. Vorrik asks only this once."},
+    {"f6_add", "Add F6 Shortcut"},
+    {"f6_skip", "No Thanks"},
+    {"f6_remove", "Remove F6 Shortcut"},
 }};
 
 const List ht{{
@@ -166,6 +175,15 @@ const List ht{{
      "Debian 12, li mande yon fwa chak fwa Vorrik demare. Vorrik sèlman deplase kisè a epi peze "
      "bouton li yo: li pa janm li ekran ou, pa janm ranmase done e li pa gen piblisite."},
     {"rd_needed", "Pèmèt entèraksyon a distans lè biwo w la mande, epi peze Kòmanse ankò."},
+    {"f6_title", "Kòmanse epi kanpe ak F6 sou biwo sa a?"},
+    {"f6_body",
+     "Biwo sa a pa montre okenn app touch yo peze nan lòt app, kidonk F6 rive jwenn Vorrik "
+     "sèlman si li se yon rakousi klavye biwo a menm. Vorrik ka ajoute l pou ou: lè sa a F6 "
+     "lanse \"vorrik --toggle\", ki kòmanse oswa kanpe yon seri klik. Lòt rakousi ou yo rete "
+     "jan yo ye, epi meni Vorrik la ka retire l ankò. Vorrik mande sa yon sèl fwa."},
+    {"f6_add", "Ajoute rakousi F6"},
+    {"f6_skip", "Non, mèsi"},
+    {"f6_remove", "Retire rakousi F6"},
 }};
 
 const List fr{{
@@ -253,6 +271,16 @@ const List fr{{
     {"rd_needed",
      "Autorisez l'interaction à distance quand votre bureau le demande, puis appuyez à nouveau "
      "sur Démarrer."},
+    {"f6_title", "Démarrer et arrêter avec F6 sur ce bureau ?"},
+    {"f6_body",
+     "Ce bureau ne montre à aucune app les touches pressées dans les autres, donc F6 n'atteint "
+     "Vorrik que comme raccourci clavier du bureau lui-même. Vorrik peut l'ajouter pour vous : "
+     "F6 lance alors « vorrik --toggle », qui démarre ou arrête une série. Vos autres raccourcis "
+     "restent tels quels, et le menu Vorrik le retire à nouveau. Vorrik ne le demande qu'une "
+     "fois."},
+    {"f6_add", "Ajouter le raccourci F6"},
+    {"f6_skip", "Non merci"},
+    {"f6_remove", "Retirer le raccourci F6"},
 }};
 
 const List es{{
@@ -339,6 +367,16 @@ const List es{{
      "tiene anuncios."},
     {"rd_needed",
      "Permite la interacción remota cuando tu escritorio lo pida y pulsa Iniciar otra vez."},
+    {"f6_title", "¿Iniciar y detener con F6 en este escritorio?"},
+    {"f6_body",
+     "Este escritorio no muestra a ninguna app las teclas pulsadas en otras, así que F6 llega a "
+     "Vorrik solo como un atajo de teclado del propio escritorio. Vorrik puede añadirlo por ti: "
+     "F6 ejecuta entonces \"vorrik --toggle\", que inicia o detiene una serie. Tus otros atajos "
+     "quedan como están, y el menú de Vorrik lo quita de nuevo. Vorrik lo pregunta solo esta "
+     "vez."},
+    {"f6_add", "Añadir atajo F6"},
+    {"f6_skip", "No, gracias"},
+    {"f6_remove", "Quitar atajo F6"},
 }};
 
 const List pt{{
@@ -425,6 +463,16 @@ const List pt{{
      "tela, nunca coleta dados e não tem anúncios."},
     {"rd_needed",
      "Permita a interação remota quando sua área de trabalho pedir e clique em Iniciar de novo."},
+    {"f6_title", "Iniciar e parar com F6 nesta área de trabalho?"},
+    {"f6_body",
+     "Esta área de trabalho não mostra a nenhum app as teclas pressionadas em outros, então o F6 "
+     "chega ao Vorrik só como um atalho de teclado da própria área de trabalho. O Vorrik pode "
+     "adicioná-lo para você: o F6 então executa \"vorrik --toggle\", que inicia ou para uma "
+     "série. Seus outros atalhos ficam como estão, e o menu do Vorrik o remove de novo. O Vorrik "
+     "pergunta só desta vez."},
+    {"f6_add", "Adicionar atalho F6"},
+    {"f6_skip", "Não, obrigado"},
+    {"f6_remove", "Remover atalho F6"},
 }};
 
 }  // namespace vorrik::L::catalogue
