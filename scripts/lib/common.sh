@@ -18,7 +18,7 @@ VORRIK_TEST_PACKAGES=(
   sway qt6-wayland wtype
   # Headless GNOME Shell with its desktop portal, for the portal backend (about 400 MiB).
   gnome-shell mutter xdg-desktop-portal xdg-desktop-portal-gnome pipewire dbus-daemon dbus-bin
-  libglib2.0-bin fuse3
+  libglib2.0-bin fuse3 gnome-settings-daemon
 )
 VORRIK_RUN_PACKAGES=(xvfb xauth qt6-wayland)
 

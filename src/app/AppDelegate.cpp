@@ -103,6 +103,8 @@ QString AppDelegate::shortVersion() {
 void AppDelegate::applicationDidFinishLaunching() {
   // An ordinary application with windows and a menu: nothing to switch on this platform. The
   // menu bar lives in the panel's layout, so the panel comes first; nothing shows before show().
+  // The menus name the shortcut's state; asked once here, and again at each change.
+  shortcutInstalled_ = services_.toggleShortcut != nullptr && services_.toggleShortcut->installed();
   panel_ = services_.makePanel();
   if (!panel_) {
     qFatal("Vorrik: the panel could not be created");
@@ -131,14 +133,57 @@ void AppDelegate::applicationDidFinishLaunching() {
 
   services_.center.addObserver(L::changed(), [self = QPointer<AppDelegate>(this)] {
     if (self) {
-      self->buildStatusMenu();
-    }
-    if (self) {
-      self->buildMenu();
+      self->rebuildMenus();
     }
   });
 
+  // Before the permission: the desktop's own consent dialog may follow that alert.
+  offerShortcut();
   checkTrust();
+}
+
+void AppDelegate::offerShortcut() {
+  ToggleShortcut* shortcut = services_.toggleShortcut;
+  if (shortcut == nullptr || services_.defaults == nullptr) {
+    return;
+  }
+  if (shortcutInstalled_ || services_.defaults->stringForKey(kShortcutOfferKey)) {
+    return;
+  }
+  // Closing the alert declines too; either answer is final, the menu can still add it.
+  const bool add =
+      services_.runAlert({text("f6_title"), text("f6_body"), {text("f6_add"), text("f6_skip")}}) ==
+      kAlertFirstButton;
+  services_.defaults->setString(kShortcutOfferKey, add ? "added" : "declined");
+  if (add) {
+    flipShortcut();
+  }
+}
+
+void AppDelegate::flipShortcut() {
+  ToggleShortcut* shortcut = services_.toggleShortcut;
+  if (shortcut == nullptr) {
+    return;
+  }
+  // Asked again, as the user may have changed it in the desktop's settings meanwhile.
+  const bool ok = shortcut->installed() ? shortcut->remove() : shortcut->install();
+  if (!ok) {
+    qCWarning(lcApp) << "The desktop's shortcut for F6 could not be changed.";
+  }
+  shortcutInstalled_ = shortcut->installed();
+  rebuildMenus();
+}
+
+void AppDelegate::rebuildMenus() {
+  buildStatusMenu();
+  buildMenu();
+}
+
+void AppDelegate::addShortcutItem(QMenu* menu) {
+  if (services_.toggleShortcut != nullptr) {
+    connect(addItem(menu, shortcutInstalled_ ? "f6_remove" : "f6_add"), &QAction::triggered, this,
+            &AppDelegate::flipShortcut);
+  }
 }
 
 void AppDelegate::popUpStatusMenu() {
@@ -210,6 +255,7 @@ void AppDelegate::buildMenu() {
           &AppDelegate::about);
   app->addSeparator();
   app->addMenu(languageItem(app));
+  addShortcutItem(app);
   app->addSeparator();
   QAction* hide = addItem(app, "m_hide");
   hide->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_H));
@@ -255,6 +301,7 @@ void AppDelegate::buildStatusMenu() {
   menu->addSeparator();
   connect(addItem(menu, "m_ax"), &QAction::triggered, this, &AppDelegate::axSettings);
   menu->addMenu(languageItem(menu));
+  addShortcutItem(menu);
   menu->addSeparator();
   QAction* quit = addItem(menu, "m_quit");
   quit->setShortcut(QKeySequence::Quit);

@@ -12,8 +12,10 @@
 #include <memory>
 
 #include "platform/AccessibilityTrust.h"
+#include "platform/DefaultsStore.h"
 #include "platform/NotificationCenter.h"
 #include "platform/SettingsLink.h"
+#include "platform/ToggleShortcut.h"
 
 class QAction;
 class QLineEdit;
@@ -34,6 +36,9 @@ struct Alert {
 inline constexpr int kAlertFirstButton = 1000;
 inline constexpr int kAlertSecondButton = 1001;
 
+// The defaults key that records the answer to the desktop shortcut's offer, so it comes once.
+inline constexpr std::string_view kShortcutOfferKey = "vorrik_f6_shortcut_offer";
+
 // The application's life: start-up, the panel, the tray item, both menus and their commands.
 class AppDelegate final : public QObject {
   Q_OBJECT
@@ -53,6 +58,10 @@ class AppDelegate final : public QObject {
     AlertRunner runAlert;
     // Whether a tray shows the status item now; null asks QSystemTrayIcon.
     std::function<bool()> trayAvailable;
+    // The desktop's F6 shortcut for Vorrik, offered once; null where F6 needs none.
+    ToggleShortcut* toggleShortcut = nullptr;
+    // Keeps the answer to that offer; needed with toggleShortcut.
+    DefaultsStore* defaults = nullptr;
   };
 
   explicit AppDelegate(Services services, QObject* parent = nullptr);
@@ -88,6 +97,8 @@ class AppDelegate final : public QObject {
   void show();
   // Starts a stopped run or stops a running one, without raising the panel.
   void toggleFromMenu();
+  // Adds the desktop's F6 shortcut when it is missing, removes it when it is there.
+  void flipShortcut();
   // Opens the help page on what this desktop needs for clicks, without asking for trust first.
   void axSettings();
   // Shows the name, version and credits.
@@ -102,6 +113,10 @@ class AppDelegate final : public QObject {
   void buildStatusMenu();
   QMenu* languageItem(QWidget* parent);
   void checkTrust();
+  void offerShortcut();
+  void rebuildMenus();
+  // The shortcut's menu item, where the desktop has one.
+  void addShortcutItem(QMenu* menu);
   void popUpStatusMenu();
   void hideApplication();
   static void quitApplication();
@@ -114,6 +129,7 @@ class AppDelegate final : public QObject {
   QPointer<QMenuBar> mainMenu_;
   QPointer<QMenu> statusMenu_;
   bool quitting_ = false;
+  bool shortcutInstalled_ = false;
 };
 
 }  // namespace vorrik

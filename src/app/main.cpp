@@ -109,7 +109,9 @@ int main(int argc, char** argv) {
            return panel;
          },
          {},
-         {}});
+         {},
+         desktop->toggleShortcut(),
+         &desktop->defaults()});
     guard.watch([&made]() -> vorrik::ClickEngine* { return made ? &made->engine() : nullptr; });
     QObject::connect(&instance, &vorrik::SingleInstance::commandReceived, &delegate,
                      [&delegate](vorrik::Command asked) { vorrik::perform(delegate, asked); });

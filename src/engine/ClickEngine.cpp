@@ -18,11 +18,12 @@ constexpr std::int64_t kMaxDelayMs = 9'000'000'000'000;
 
 ClickEngine::ClickEngine(Ports ports, std::unique_ptr<OneShotTimer> timer)
     : ports_(ports), timer_(std::move(timer)), self_(std::make_shared<ClickEngine*>(this)) {
-  // A desktop that takes its permission back ends the run as if it had never been given. The
-  // handler holds the engine weakly, so it does nothing once the engine is gone.
+  // A desktop that takes its permission back ends the run as if it had never been given, with
+  // the same line. The handler holds the engine weakly, so it does nothing once the engine is
+  // gone.
   ports_.trust.setRevokedHandler([weak = std::weak_ptr<ClickEngine*>(self_)] {
     if (const auto self = weak.lock()) {
-      (*self)->stop(L::t("ax_needed"));
+      (*self)->stop(L::t(L::refusalKeys((*self)->ports_.trust.refusal()).line));
     }
   });
 }

@@ -2,7 +2,8 @@
 // The built-in texts. Each list keeps the same key order; translators edit one column at a time.
 // Texts use "..." rather than an ellipsis character, and "{name}" placeholders stay as in English.
 // Vorrik ships for Linux: texts about the right to click name what a Linux session needs (ax_*
-// for an X server, wl_* for a Wayland desktop no backend serves), never another system's settings.
+// for an X server, wl_* for a Wayland desktop no backend serves, rd_* for a desktop that clicks
+// only with consent given through its portal), never another system's settings.
 #include "l10n/Catalogue.h"
 
 namespace vorrik::L::catalogue {
@@ -77,6 +78,23 @@ const List en{{
      "keyboard. So Vorrik starts no runs here. Log in to an X11 session, or use a supported "
      "desktop (wlroots compositors such as sway)."},
     {"wl_needed", "No runs on this Wayland desktop: use an X11 session or a supported desktop."},
+    {"rd_title", "Your desktop asks before Vorrik clicks"},
+    {"rd_body",
+     "On this desktop an app can click for you only with your consent, through the desktop's "
+     "remote-desktop permission. The desktop asks whether to allow remote interaction: allow it "
+     "(on GNOME, turn on \"Allow remote interaction\", then press Share), then press Start again. "
+     "On Debian 12 it asks once each time Vorrik starts. Vorrik only moves the pointer and presses "
+     "its buttons: it never reads your screen, never collects data and has no ads."},
+    {"rd_needed", "Allow remote interaction when your desktop asks, then press Start again."},
+    {"f6_title", "Start and stop with F6 on this desktop?"},
+    {"f6_body",
+     "This desktop shows no app the keys pressed in other apps, so F6 reaches Vorrik only as one "
+     "of the desktop's own keyboard shortcuts. Vorrik can add it for you: F6 then runs "
+     "\"vorrik --toggle\", which starts or stops a run. Your other shortcuts stay as they are, "
+     "and the Vorrik menu removes it again. Vorrik asks only this once."},
+    {"f6_add", "Add F6 Shortcut"},
+    {"f6_skip", "No Thanks"},
+    {"f6_remove", "Remove F6 Shortcut"},
 }};
 
 const List ht{{
@@ -149,6 +167,23 @@ const List ht{{
      "sèvi ak yon biwo ki sipòte (konpozitè wlroots tankou sway)."},
     {"wl_needed",
      "Pa gen klik sou biwo Wayland sa a: sèvi ak yon sesyon X11 oswa yon biwo ki sipòte."},
+    {"rd_title", "Biwo w la mande anvan Vorrik klike"},
+    {"rd_body",
+     "Sou biwo sa a, yon app ka klike pou ou sèlman avèk konsantman ou, atravè pèmisyon biwo a "
+     "pou kontwòl a distans. Biwo a mande si pou l pèmèt entèraksyon a distans: aksepte l (sou "
+     "GNOME, limen \"Allow remote interaction\", epi peze Share), epi peze Kòmanse ankò. Sou "
+     "Debian 12, li mande yon fwa chak fwa Vorrik demare. Vorrik sèlman deplase kisè a epi peze "
+     "bouton li yo: li pa janm li ekran ou, pa janm ranmase done e li pa gen piblisite."},
+    {"rd_needed", "Pèmèt entèraksyon a distans lè biwo w la mande, epi peze Kòmanse ankò."},
+    {"f6_title", "Kòmanse epi kanpe ak F6 sou biwo sa a?"},
+    {"f6_body",
+     "Biwo sa a pa montre okenn app touch yo peze nan lòt app, kidonk F6 rive jwenn Vorrik "
+     "sèlman si li se yon rakousi klavye biwo a menm. Vorrik ka ajoute l pou ou: lè sa a F6 "
+     "lanse \"vorrik --toggle\", ki kòmanse oswa kanpe yon seri klik. Lòt rakousi ou yo rete "
+     "jan yo ye, epi meni Vorrik la ka retire l ankò. Vorrik mande sa yon sèl fwa."},
+    {"f6_add", "Ajoute rakousi F6"},
+    {"f6_skip", "Non, mèsi"},
+    {"f6_remove", "Retire rakousi F6"},
 }};
 
 const List fr{{
@@ -224,6 +259,28 @@ const List fr{{
      "utilisez un bureau pris en charge (compositeurs wlroots comme sway)."},
     {"wl_needed",
      "Aucun clic sur ce bureau Wayland : ouvrez une session X11 ou un bureau pris en charge."},
+    {"rd_title", "Votre bureau demande avant que Vorrik clique"},
+    {"rd_body",
+     "Sur ce bureau, une app ne peut cliquer pour vous qu'avec votre accord, donné par la "
+     "permission de bureau à distance. Le bureau demande s'il faut autoriser l'interaction à "
+     "distance : acceptez (sous GNOME, activez « Autoriser l'interaction à distance », puis "
+     "appuyez sur Partager), puis appuyez à nouveau sur Démarrer. Sous Debian 12, il le demande "
+     "une fois à chaque lancement de Vorrik. Vorrik ne fait que déplacer le pointeur et appuyer "
+     "sur ses boutons : il ne lit jamais votre écran, ne collecte aucune donnée et n'affiche "
+     "aucune publicité."},
+    {"rd_needed",
+     "Autorisez l'interaction à distance quand votre bureau le demande, puis appuyez à nouveau "
+     "sur Démarrer."},
+    {"f6_title", "Démarrer et arrêter avec F6 sur ce bureau ?"},
+    {"f6_body",
+     "Ce bureau ne montre à aucune app les touches pressées dans les autres, donc F6 n'atteint "
+     "Vorrik que comme raccourci clavier du bureau lui-même. Vorrik peut l'ajouter pour vous : "
+     "F6 lance alors « vorrik --toggle », qui démarre ou arrête une série. Vos autres raccourcis "
+     "restent tels quels, et le menu Vorrik le retire à nouveau. Vorrik ne le demande qu'une "
+     "fois."},
+    {"f6_add", "Ajouter le raccourci F6"},
+    {"f6_skip", "Non merci"},
+    {"f6_remove", "Retirer le raccourci F6"},
 }};
 
 const List es{{
@@ -300,6 +357,26 @@ const List es{{
      "sway)."},
     {"wl_needed",
      "Sin clics en este escritorio Wayland: usa una sesión X11 o un escritorio compatible."},
+    {"rd_title", "Tu escritorio pregunta antes de que Vorrik haga clic"},
+    {"rd_body",
+     "En este escritorio una app solo puede hacer clic por ti con tu consentimiento, a través del "
+     "permiso de escritorio remoto. El escritorio pregunta si permitir la interacción remota: "
+     "permítela (en GNOME, activa \"Permitir interacción remota\" y pulsa Compartir) y luego "
+     "pulsa Iniciar otra vez. En Debian 12 pregunta una vez cada vez que Vorrik se inicia. Vorrik "
+     "solo mueve el puntero y pulsa sus botones: nunca lee tu pantalla, nunca recopila datos y no "
+     "tiene anuncios."},
+    {"rd_needed",
+     "Permite la interacción remota cuando tu escritorio lo pida y pulsa Iniciar otra vez."},
+    {"f6_title", "¿Iniciar y detener con F6 en este escritorio?"},
+    {"f6_body",
+     "Este escritorio no muestra a ninguna app las teclas pulsadas en otras, así que F6 llega a "
+     "Vorrik solo como un atajo de teclado del propio escritorio. Vorrik puede añadirlo por ti: "
+     "F6 ejecuta entonces \"vorrik --toggle\", que inicia o detiene una serie. Tus otros atajos "
+     "quedan como están, y el menú de Vorrik lo quita de nuevo. Vorrik lo pregunta solo esta "
+     "vez."},
+    {"f6_add", "Añadir atajo F6"},
+    {"f6_skip", "No, gracias"},
+    {"f6_remove", "Quitar atajo F6"},
 }};
 
 const List pt{{
@@ -376,6 +453,26 @@ const List pt{{
     {"wl_needed",
      "Sem cliques nesta área de trabalho Wayland: use uma sessão X11 ou uma área de trabalho "
      "compatível."},
+    {"rd_title", "Sua área de trabalho pergunta antes de o Vorrik clicar"},
+    {"rd_body",
+     "Nesta área de trabalho um app só pode clicar por você com o seu consentimento, através da "
+     "permissão de área de trabalho remota. A área de trabalho pergunta se deve permitir a "
+     "interação remota: permita (no GNOME, ative \"Permitir interação remota\" e clique em "
+     "Compartilhar) e depois clique em Iniciar de novo. No Debian 12 ela pergunta uma vez a cada "
+     "vez que o Vorrik é aberto. O Vorrik só move o ponteiro e aperta os botões dele: nunca lê sua "
+     "tela, nunca coleta dados e não tem anúncios."},
+    {"rd_needed",
+     "Permita a interação remota quando sua área de trabalho pedir e clique em Iniciar de novo."},
+    {"f6_title", "Iniciar e parar com F6 nesta área de trabalho?"},
+    {"f6_body",
+     "Esta área de trabalho não mostra a nenhum app as teclas pressionadas em outros, então o F6 "
+     "chega ao Vorrik só como um atalho de teclado da própria área de trabalho. O Vorrik pode "
+     "adicioná-lo para você: o F6 então executa \"vorrik --toggle\", que inicia ou para uma "
+     "série. Seus outros atalhos ficam como estão, e o menu do Vorrik o remove de novo. O Vorrik "
+     "pergunta só desta vez."},
+    {"f6_add", "Adicionar atalho F6"},
+    {"f6_skip", "Não, obrigado"},
+    {"f6_remove", "Remover atalho F6"},
 }};
 
 }  // namespace vorrik::L::catalogue

@@ -151,6 +151,8 @@ RefusalKeys refusalKeys(Refusal refusal) {
   switch (refusal) {
     case Refusal::unsupportedWayland:
       return {"wl_title", "wl_body", "wl_needed"};
+    case Refusal::notAllowed:
+      return {"rd_title", "rd_body", "rd_needed"};
     case Refusal::noInjection:
       break;
   }

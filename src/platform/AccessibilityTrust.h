@@ -12,6 +12,9 @@ enum class Refusal {
   // A Wayland session that no backend of this build serves: at most X11 applications, through
   // Xwayland, would receive clicks, and a global key is seen only while one of them has it.
   unsupportedWayland,
+  // The desktop clicks only with the user's consent, which it has not given (yet), or has taken
+  // back; asking again may get it.
+  notAllowed,
 };
 
 // Whether the system lets this process post input events.

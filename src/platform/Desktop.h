@@ -10,6 +10,7 @@
 #include "platform/Pointer.h"
 #include "platform/PreferredLanguages.h"
 #include "platform/SettingsLink.h"
+#include "platform/ToggleShortcut.h"
 #include "platform/WindowSystem.h"
 
 namespace vorrik {
@@ -35,6 +36,9 @@ class Desktop {
   virtual DefaultsStore& defaults() = 0;
   virtual PreferredLanguages& preferredLanguages() = 0;
   virtual NotificationCenter& center() = 0;
+  // The desktop's own F6 shortcut for Vorrik, where F6 can reach Vorrik only that way; null
+  // elsewhere.
+  virtual ToggleShortcut* toggleShortcut() { return nullptr; }
 };
 
 }  // namespace vorrik

@@ -58,6 +58,22 @@ QAction* item(const QMenu* menu, const QString& title) {
   return nullptr;
 }
 
+// A desktop shortcut that only remembers whether it is there.
+struct FakeShortcut final : ToggleShortcut {
+  bool there = false;
+  int changes = 0;
+  bool installed() override { return there; }
+  bool install() override {
+    ++changes;
+    return there = true;
+  }
+  bool remove() override {
+    ++changes;
+    there = false;
+    return true;
+  }
+};
+
 // Fakes under the real panel, and an alert runner that records each alert and answers it.
 struct World {
   fake::FakeDesktop desktop;
@@ -73,8 +89,12 @@ struct World {
   std::unique_ptr<AppDelegate> delegate;
 
   explicit World(const std::string& lang, bool trusted = true, int answer = kAlertSecondButton,
-                 Refusal refusal = Refusal::noInjection) {
+                 Refusal refusal = Refusal::noInjection, ToggleShortcut* shortcut = nullptr,
+                 const char* offered = nullptr) {
     defaults.setString(L::kLangKey, lang);
+    if (offered != nullptr) {
+      defaults.setString(kShortcutOfferKey, offered);
+    }
     L::install({&defaults, &preferred, &center});
     trust.setTrusted(trusted);
     trust.setRefusal(refusal);
@@ -89,7 +109,7 @@ struct World {
                                 readyAtAlert = delegate->panel() && delegate->statusItem();
                                 return answer;
                               },
-                              [this] { return tray; }});
+                              [this] { return tray; }, shortcut, &defaults});
     delegate->applicationDidFinishLaunching();
   }
   ~World() {
@@ -208,21 +228,25 @@ class AppDelegateTest : public QObject {
     QTest::addColumn<bool>("trusted");
     QTest::addColumn<int>("answer");
     QTest::addColumn<int>("opens");
-    QTest::addColumn<bool>("wayland");
-    QTest::newRow("trusted") << "en" << true << kAlertFirstButton << 0 << false;
-    QTest::newRow("Open Help") << "en" << false << kAlertFirstButton << 1 << false;
-    QTest::newRow("Later") << "en" << false << kAlertSecondButton << 0 << false;
-    QTest::newRow("closed") << "en" << false << 999 << 0 << false;
-    QTest::newRow("unserved Wayland, French") << "fr" << false << kAlertSecondButton << 0 << true;
+    QTest::addColumn<Refusal>("refusal");
+    const Refusal x11 = Refusal::noInjection;
+    QTest::newRow("trusted") << "en" << true << kAlertFirstButton << 0 << x11;
+    QTest::newRow("Open Help") << "en" << false << kAlertFirstButton << 1 << x11;
+    QTest::newRow("Later") << "en" << false << kAlertSecondButton << 0 << x11;
+    QTest::newRow("closed") << "en" << false << 999 << 0 << x11;
+    QTest::newRow("unserved Wayland, French")
+        << "fr" << false << kAlertSecondButton << 0 << Refusal::unsupportedWayland;
+    QTest::newRow("consent, Portuguese")
+        << "pt" << false << kAlertFirstButton << 1 << Refusal::notAllowed;
   }
   void startUpAsksForThePermissionOnlyWithoutIt() {
     QFETCH(QString, lang);
     QFETCH(bool, trusted);
     QFETCH(int, answer);
     QFETCH(int, opens);
-    QFETCH(bool, wayland);
-    World world(lang.toStdString(), trusted, answer,
-                wayland ? Refusal::unsupportedWayland : Refusal::noInjection);
+    QFETCH(Refusal, refusal);
+    World world(lang.toStdString(), trusted, answer, refusal);
+    const L::RefusalKeys keys = L::refusalKeys(refusal);
     QCOMPARE(world.alerts.size(), trusted ? 0u : 1u);
     QCOMPARE(world.link.opens(), opens);
     QCOMPARE(world.trust.prompts(), opens);  // the system's own request goes with the link
@@ -230,21 +254,70 @@ class AppDelegateTest : public QObject {
       return;
     }
     QVERIFY(world.readyAtAlert);
-    QCOMPARE(world.alerts[0].message, texts({wayland ? "wl_title" : "ax_title"}).front());
-    QCOMPARE(world.alerts[0].informative, texts({wayland ? "wl_body" : "ax_body"}).front());
+    QCOMPARE(world.alerts[0].message, QString::fromStdString(L::t(keys.title)));
+    QCOMPARE(world.alerts[0].informative, QString::fromStdString(L::t(keys.body)));
     QCOMPARE(world.alerts[0].buttons, texts({"open_settings", "later"}));
     QVERIFY(world.panel()->isVisible());
     // Start is refused with the same session's status line.
     world.status()->actions().at(1)->trigger();
     QVERIFY(!test::PanelProbe::engine(*world.panel()).running());
     QCOMPARE(test::PanelProbe::widgets(*world.panel()).status->text(),
-             texts({wayland ? "wl_needed" : "ax_needed"}).front());
+             QString::fromStdString(L::t(keys.line)));
     QCOMPARE(world.injector.events().size(), 0u);
     // The tray's command opens the link without asking first.
     const int queries = world.trust.queries();
     world.status()->actions().at(3)->trigger();
     QCOMPARE(world.link.opens(), opens + 1);
     QCOMPARE(world.trust.queries(), queries);
+  }
+
+  // Where F6 can reach Vorrik only as the desktop's own shortcut, the user is asked once; both
+  // menus then add or remove it.
+  void theDesktopShortcutIsOfferedOnceAndBothMenusFlipIt_data() {
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<bool>("there");
+    QTest::addColumn<QString>("offered");  // the stored answer before the launch, or ""
+    QTest::addColumn<int>("alerts");
+    QTest::addColumn<QString>("stored");
+    QTest::newRow("added") << kAlertFirstButton << false << "" << 1 << "added";
+    QTest::newRow("declined") << kAlertSecondButton << false << "" << 1 << "declined";
+    QTest::newRow("closed") << 999 << false << "" << 1 << "declined";
+    QTest::newRow("asked before") << kAlertFirstButton << false << "declined" << 0 << "declined";
+    QTest::newRow("already there") << kAlertFirstButton << true << "" << 0 << "";
+  }
+  void theDesktopShortcutIsOfferedOnceAndBothMenusFlipIt() {
+    QFETCH(int, answer);
+    QFETCH(bool, there);
+    QFETCH(QString, offered);
+    QFETCH(int, alerts);
+    QFETCH(QString, stored);
+    FakeShortcut shortcut;
+    shortcut.there = there;
+    const std::string before = offered.toStdString();
+    World world("es", true, answer, Refusal::noInjection, &shortcut,
+                offered.isEmpty() ? nullptr : before.c_str());
+    QCOMPARE(int(world.alerts.size()), alerts);
+    if (alerts > 0) {
+      QCOMPARE(world.alerts[0].message, texts({"f6_title"}).front());
+      QCOMPARE(world.alerts[0].buttons, texts({"f6_add", "f6_skip"}));
+    }
+    QCOMPARE(QString::fromStdString(world.defaults.stringForKey(kShortcutOfferKey).value_or("")),
+             stored);
+    const bool added = there || stored == QStringLiteral("added");
+    QCOMPARE(shortcut.there, added);
+    QCOMPARE(shortcut.changes, added && !there ? 1 : 0);
+    // Each menu offers the other way, and the item follows the shortcut.
+    for (const bool statusMenu : {false, true}) {
+      QMenu* menu = statusMenu ? world.status() : world.appMenu();
+      QAction* flip = item(menu, texts({shortcut.there ? "f6_remove" : "f6_add"}).front());
+      QVERIFY(flip != nullptr);
+      const bool was = shortcut.there;
+      flip->trigger();
+      QCOMPARE(shortcut.there, !was);
+      menu = statusMenu ? world.status() : world.appMenu();
+      QVERIFY(item(menu, texts({shortcut.there ? "f6_remove" : "f6_add"}).front()) != nullptr);
+    }
+    QCOMPARE(int(world.alerts.size()), alerts);
   }
 
   // Without a tray a closed panel leaves nothing to bring it back: closing asks, then quits.

@@ -3,7 +3,8 @@
 // the desktop's consent dialog refused with Escape and then accepted as a user would, through
 // gnome_hand (mutter's own input, which asks nobody); then real clicks through the portal into
 // a full-screen Qt Wayland window, at the cursor and at given points, counted and placed
-// exactly. Time bounds are generous; bench/ measures precision.
+// exactly; last F6 through the desktop's own shortcut, run by gsd-media-keys. Time bounds are
+// generous; bench/ measures precision.
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -14,15 +15,36 @@
 #include <string>
 #include <vector>
 
+#include "app/SingleInstance.h"
 #include "engine/ClickEngine.h"
 #include "l10n/L.h"
 #include "platform/Backend.h"
+#include "platform/portal/GnomeShortcut.h"
 #include "platform/posix/PosixServices.h"
 
 namespace vorrik {
 namespace {
 
 constexpr int kTimeoutMs = 15000;
+const QString kMediaKeys = QStringLiteral("org.gnome.settings-daemon.plugins.media-keys");
+const QString kOther =
+    QStringLiteral("/org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/custom0/");
+const QString kVorrik =
+    QStringLiteral("/org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/vorrik/");
+
+// The value gsettings prints for the list of custom shortcuts, after setting it to value.
+QString customShortcuts(const QString& value = {}) {
+  QProcess gsettings;
+  if (!value.isEmpty()) {
+    gsettings.start(QStringLiteral("gsettings"), {QStringLiteral("set"), kMediaKeys,
+                                                  QStringLiteral("custom-keybindings"), value});
+    gsettings.waitForFinished();
+  }
+  gsettings.start(QStringLiteral("gsettings"),
+                  {QStringLiteral("get"), kMediaKeys, QStringLiteral("custom-keybindings")});
+  gsettings.waitForFinished();
+  return QString::fromUtf8(gsettings.readAllStandardOutput()).trimmed();
+}
 const QStringList kFocus{QStringLiteral("focus"), QStringLiteral("blur")};
 
 // A child process that talks in lines on stdout, kept as they arrive.
@@ -78,6 +100,7 @@ class PortalClicksTest : public QObject {
  private slots:
   void initTestCase() {
     QVERIFY(config_.isValid());
+    sessionConfig_ = qgetenv("XDG_CONFIG_HOME");
     qputenv("XDG_CONFIG_HOME", config_.path().toUtf8());
     const Session session = Session::fromEnvironment();
     const BackendChoice choice = chooseBackend(session, availableBackends());
@@ -113,7 +136,7 @@ class PortalClicksTest : public QObject {
   void refusalRefusesTheRunAndTheNextStartAsksAgain() {
     // Start asks; the run is refused at once with the permission line, whatever the answer.
     engine_->start();
-    QCOMPARE(stops_, std::vector<std::string>{L::t("ax_needed")});
+    QCOMPARE(stops_, std::vector<std::string>{L::t("rd_needed")});
     QVERIFY(!engine_->running());
     waitForDialog();
     refuse();
@@ -186,6 +209,53 @@ class PortalClicksTest : public QObject {
     const std::vector<QPointF> expected{{1279, 799}, {0, 799},    {640, 401}, {0, 0},
                                         {1279, 0},   {1279, 799}, {0, 799},   {640, 401}};
     QCOMPARE(presses, expected);
+  }
+
+  void f6RunsVorrikThroughTheDesktopShortcutWhenAdded() {
+    // GNOME offers its own shortcut. The one added here runs the real `vorrik --toggle`, which
+    // hands the command to this process as to the running Vorrik; the user's own shortcut stays.
+    ToggleShortcut* offered = desktop_->toggleShortcut();
+    QVERIFY(offered != nullptr);
+    // gsettings reads the desktop's settings where the session's dconf service writes them.
+    qputenv("XDG_CONFIG_HOME", sessionConfig_);
+    const QString other = QStringLiteral("['%1']").arg(kOther);
+    QCOMPARE(customShortcuts(other), other);
+    QVERIFY(!offered->installed());
+    SingleInstance instance;
+    QCOMPARE(instance.claim(Command::Show).outcome, SingleInstance::Outcome::Primary);
+    instance.serve();
+    QObject::connect(&instance, &SingleInstance::commandReceived, &instance, [this](Command asked) {
+      if (asked == Command::Toggle) {
+        engine_->running() ? engine_->stop(L::t("stopped")) : engine_->start();
+      }
+    });
+    portal::GnomeShortcut shortcut(
+        QStringLiteral("'%1' --toggle").arg(qEnvironmentVariable("VORRIK_BIN")));
+    QVERIFY(shortcut.install());
+    QVERIFY(offered->installed());
+    QCOMPARE(customShortcuts(), QStringLiteral("['%1', '%2']").arg(kOther, kVorrik));
+
+    handDo(QStringLiteral("move 333 222"));
+    seenFrom_ = receiver_->lines().size();
+    stops_.clear();
+    engine_->clickType = ClickType::left;
+    engine_->intervalMs = 200;
+    engine_->maxClicks = 0;
+    engine_->points.assign(std::vector<ClickPoint>{});
+    // gsd-media-keys takes the new shortcut from the settings a moment later.
+    for (int attempt = 0; attempt < 10 && !engine_->running(); ++attempt) {
+      handDo(QStringLiteral("key F6"));
+      (void)QTest::qWaitFor([this] { return engine_->running(); }, 1000);
+    }
+    QVERIFY(engine_->running());
+    QTRY_VERIFY_WITH_TIMEOUT(seen().size() >= 4, kTimeoutMs);
+    handDo(QStringLiteral("key F6"));
+    QTRY_VERIFY_WITH_TIMEOUT(!engine_->running(), kTimeoutMs);
+    QCOMPARE(stops_, std::vector<std::string>{L::t("stopped")});
+
+    QVERIFY(offered->remove());
+    QVERIFY(!shortcut.installed());
+    QCOMPARE(customShortcuts(), other);
   }
 
  private:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
@@ -263,6 +333,7 @@ class PortalClicksTest : public QObject {
   }
 
   QTemporaryDir config_;
+  QByteArray sessionConfig_;
   std::unique_ptr<Desktop> desktop_;
   std::unique_ptr<LineChild> receiver_;
   std::unique_ptr<LineChild> hand_;

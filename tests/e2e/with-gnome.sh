@@ -2,19 +2,22 @@
 # SPDX-License-Identifier: MIT
 # Runs a command on a private headless GNOME Shell (Wayland only) with its desktop portal, then
 # stops everything.
-#   with-gnome.sh [--hand PATH] [--size WxH] -- command args...
+#   with-gnome.sh [--hand PATH] [--size WxH] [--media-keys] -- command args...
 # The command runs inside a private D-Bus session with a private HOME, XDG_RUNTIME_DIR and
 # system bus, and finds WAYLAND_DISPLAY, XDG_CURRENT_DESKTOP=GNOME, the running PipeWire and
 # the RemoteDesktop portal answering. --hand names the gnome_hand test program, used to leave
-# the overview the shell starts in; without it the overview stays open. DISPLAY is unset.
+# the overview the shell starts in; without it the overview stays open. --media-keys also runs
+# gsd-media-keys, which runs the custom keyboard shortcuts. DISPLAY is unset.
 set -euo pipefail
 
 size="1280x800"
 hand=""
+media_keys=""
 while [ $# -gt 0 ]; do
   case "$1" in
     --hand) hand="$2"; shift 2 ;;
     --size) size="$2"; shift 2 ;;
+    --media-keys) media_keys=1; shift ;;
     --) shift; break ;;
     *) break ;;
   esac
@@ -26,14 +29,15 @@ for tool in dbus-run-session dbus-daemon gnome-shell pipewire gdbus fusermount3;
 done
 portal=/usr/libexec/xdg-desktop-portal
 portal_gnome=/usr/libexec/xdg-desktop-portal-gnome
-for tool in "$portal" "$portal_gnome"; do
+media_keys_daemon=/usr/libexec/gsd-media-keys
+for tool in "$portal" "$portal_gnome" ${media_keys:+"$media_keys_daemon"}; do
   [ -x "$tool" ] || { echo "$tool is not installed (run scripts/test once)" >&2; exit 1; }
 done
 
 # Everything below runs once more inside its own session bus.
 if [ -z "${VORRIK_GNOME_INNER:-}" ]; then
   export VORRIK_GNOME_INNER=1
-  exec dbus-run-session -- "$0" --hand "$hand" --size "$size" -- "$@"
+  exec dbus-run-session -- "$0" --hand "$hand" --size "$size" ${media_keys:+--media-keys} -- "$@"
 fi
 unset VORRIK_GNOME_INNER
 
@@ -131,6 +135,12 @@ if [ -n "$hand" ]; then
   until_ok 20 has_name org.gnome.Shell || fail "gnome-shell never owned its name"
   sleep 1
   printf 'key Escape\n' | "$hand" >"$tmp/hand.log" 2>&1 || fail "could not leave the overview"
+fi
+
+if [ -n "$media_keys" ]; then
+  "$media_keys_daemon" >"$tmp/media-keys.log" 2>&1 &
+  pids+=($!)
+  until_ok 30 has_name org.gnome.SettingsDaemon.MediaKeys || fail "gsd-media-keys did not start"
 fi
 
 "$portal_gnome" >"$tmp/portal-gnome.log" 2>&1 &

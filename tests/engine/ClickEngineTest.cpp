@@ -238,8 +238,10 @@ TEST_F(EngineTest, StartWithoutTrustPromptsAndRefusesAtOnceKeepingTheLastCount) 
 TEST_F(EngineTest, TrustTakenBackStopsARunWithTheRefusalAndIsQuietWhenIdle) {
   engine.start();
   rig.tick();
+  // With the line of the desktop's own refusal.
+  rig.trust.setRefusal(Refusal::notAllowed);
   rig.trust.revoke();
-  EXPECT_EQ(rig.log, (std::vector<std::string>{"tick 1", kAxNeeded}));
+  EXPECT_EQ(rig.log, (std::vector<std::string>{"tick 1", "stop " + L::t("rd_needed")}));
   EXPECT_FALSE(engine.running());
   EXPECT_FALSE(rig.timer->armed());
   rig.trust.revoke();

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QScreen>
 
+#include "platform/portal/GnomeShortcut.h"
 #include "platform/portal/PortalInput.h"
 #include "platform/portal/PortalSession.h"
 #include "platform/qt/QtServices.h"
@@ -39,6 +40,9 @@ class PortalDesktop final : public Desktop {
  public:
   explicit PortalDesktop(unsigned version)
       : session_(defaults_, version), trust_(session_), injector_(session_) {
+    if (GnomeShortcut::available()) {
+      shortcut_.emplace(GnomeShortcut::toggleCommand());
+    }
     followPrimaryScreen();
     QObject::connect(qApp, &QGuiApplication::primaryScreenChanged, &context_,
                      [this] { followPrimaryScreen(); });
@@ -54,6 +58,9 @@ class PortalDesktop final : public Desktop {
   DefaultsStore& defaults() override { return defaults_; }
   PreferredLanguages& preferredLanguages() override { return preferred_; }
   NotificationCenter& center() override { return center_; }
+  // GNOME shows no application a global key; KDE Plasma would take F6 through its global
+  // shortcuts portal, which this build does not use yet.
+  ToggleShortcut* toggleShortcut() override { return shortcut_ ? &*shortcut_ : nullptr; }
 
  private:
   // The injector reaches picked points from the primary screen's corner.
@@ -78,6 +85,7 @@ class PortalDesktop final : public Desktop {
   PortalTrust trust_;
   PortalInjector injector_;
   NoPointer pickPointer_;
+  std::optional<GnomeShortcut> shortcut_;
   QObject context_;
   QMetaObject::Connection screenWatch_;
 };

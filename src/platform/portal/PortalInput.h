@@ -57,6 +57,7 @@ class PortalTrust final : public AccessibilityTrust {
   explicit PortalTrust(PortalSession& session);
 
   bool isTrusted(bool prompt) override;
+  [[nodiscard]] Refusal refusal() const override { return Refusal::notAllowed; }
   void setRevokedHandler(std::function<void()> handler) override;
 
  private:
