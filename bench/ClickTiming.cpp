@@ -9,6 +9,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -222,6 +223,12 @@ class PairedBench {
     const auto presses = receiver.presses();
     const auto releases = receiver.releases();
     run.receiver = summarise(presses, releases, nominal);
+    if (log.presses.size() == presses.size()) {
+      for (std::size_t i = 0; i < presses.size(); ++i) {
+        run.deliveryMs.push_back(
+            std::chrono::duration<double, std::milli>(presses[i] - log.presses[i]).count());
+      }
+    }
     if (log.cpu && !log.presses.empty()) {
       run.cpuUsPerClick =
           std::chrono::duration<double, std::micro>(*log.cpu).count() / static_cast<double>(clicks);
@@ -234,6 +241,34 @@ class PairedBench {
   PressReceiver& referenceReceiver_;
   std::map<std::string, std::string> facts_;
 };
+
+// How long presses took from leaving each clicker to reaching its receiver, per load, pooled:
+// what the X server and the receiver add, which no clicker controls.
+std::string formatDelivery(const std::vector<PairedRound>& rounds) {
+  std::ostringstream out;
+  out << "Delivery, from a press leaving the program to its receiver, pooled (median / p99 / "
+         "max, ms):\n";
+  for (const bool busy : {false, true}) {
+    std::vector<double> vorrik;
+    std::vector<double> reference;
+    for (const PairedRound& r : rounds) {
+      if (r.busyCore == busy) {
+        vorrik.insert(vorrik.end(), r.vorrik.deliveryMs.begin(), r.vorrik.deliveryMs.end());
+        reference.insert(reference.end(), r.reference.deliveryMs.begin(),
+                         r.reference.deliveryMs.end());
+      }
+    }
+    const auto spread = [](const std::vector<double>& ms) {
+      char text[64];
+      std::snprintf(text, sizeof text, "%.3f / %.3f / %.3f", median(ms), percentile(ms, 99),
+                    ms.empty() ? 0.0 : *std::max_element(ms.begin(), ms.end()));
+      return std::string(text);
+    };
+    out << "  " << (busy ? "busy core" : "idle     ") << ": Vorrik " << spread(vorrik)
+        << ", reference " << spread(reference) << "\n";
+  }
+  return out.str();
+}
 
 std::string machine() {
   utsname name{};
@@ -289,7 +324,10 @@ int run(const Options& options) {
       }
     }
   }
-  std::cout << "\n" << formatRounds(results) << "\n" << formatPooled(results, Targets{});
+  std::cout << "\n"
+            << formatRounds(results) << "\n"
+            << formatDelivery(results.rounds) << "\n"
+            << formatPooled(results, Targets{});
   std::cout.flush();
   for (const PairedRound& r : results.rounds) {
     for (const ClickerRun* run : {&r.vorrik, &r.reference}) {

@@ -16,6 +16,9 @@ struct ClickerRun {
   Series source;    // when each event left the program (its flush returned)
   Series receiver;  // when the receiving client read it
   std::optional<double> cpuUsPerClick;
+  // From each press leaving the program to the receiver reading it, in ms; empty when the two
+  // places saw different numbers of presses.
+  std::vector<double> deliveryMs;
 };
 
 // Vorrik and the reference clicking at the same time, each on its own X server.

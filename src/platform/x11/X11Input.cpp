@@ -5,6 +5,7 @@
 
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
+#include <poll.h>
 
 #include <algorithm>
 #include <atomic>
@@ -62,6 +63,12 @@ std::optional<ClickPoint> queryPointer(Display* display) {
     return std::nullopt;
   }
   return ClickPoint{static_cast<double>(rootX), static_cast<double>(rootY)};
+}
+
+// True when fd has something to read, without waiting.
+bool readable(int fd) {
+  pollfd watch{fd, POLLIN, 0};
+  return poll(&watch, 1, 0) > 0;
 }
 
 }  // namespace
@@ -129,18 +136,27 @@ void X11Injector::post(const MouseEvent& event) {
     if (to) {
       XTestFakeMotionEvent(display, DefaultScreen(display), to->x, to->y, CurrentTime);
     }
-    XTestFakeButtonEvent(display, physicalButton(display, logical), press, CurrentTime);
+    XTestFakeButtonEvent(display, physicalButton(display, logical, press == True), press,
+                         CurrentTime);
+    // XFlush, not XSync: the event is on its way once written, and a round trip would only
+    // make the worker wait for the server.
     XFlush(display);
   });
 }
 
-unsigned X11Injector::physicalButton(Display* display, unsigned char logical) {
+unsigned X11Injector::physicalButton(Display* display, unsigned char logical, bool press) {
   // The server sends every client a MappingNotify when the pointer map changes; this
-  // connection selects nothing else, so its queue holds only those.
-  XEvent event;
-  while (XCheckTypedEvent(display, MappingNotify, &event) == True) {
-    if (event.xmapping.request == MappingPointer) {
-      buttonMap_.clear();
+  // connection selects nothing else, so its queue holds only those. Each flush already moves
+  // what has arrived into that queue, so the socket is read here only when it holds more. Only
+  // a press looks: its release then lifts the very button it pushed.
+  if (press && (XQLength(display) > 0 || readable(ConnectionNumber(display)))) {
+    XEventsQueued(display, QueuedAfterReading);
+    XEvent event;
+    while (XQLength(display) > 0) {
+      XNextEvent(display, &event);
+      if (event.type == MappingNotify && event.xmapping.request == MappingPointer) {
+        buttonMap_.clear();
+      }
     }
   }
   if (buttonMap_.empty()) {

@@ -45,8 +45,9 @@ class X11Injector final : public EventInjector {
   [[nodiscard]] bool connected() const;
 
  private:
-  // The physical button the pointer map turns into logical, read again after the map changes.
-  unsigned physicalButton(_XDisplay* display, unsigned char logical);
+  // The physical button the pointer map turns into logical; a press first takes in any change
+  // of the map, a release uses the map its press used.
+  unsigned physicalButton(_XDisplay* display, unsigned char logical, bool press);
 
   std::unique_ptr<Connection> connection_;
   std::vector<unsigned char> buttonMap_;  // guarded by the connection's lock; empty: read it
