@@ -10,8 +10,7 @@
 #include "platform/portal/GnomeShortcut.h"
 #include "platform/portal/PortalInput.h"
 #include "platform/portal/PortalSession.h"
-#include "platform/qt/QtServices.h"
-#include "platform/qt/QtSettingsLink.h"
+#include "platform/qt/QtDesktop.h"
 
 namespace vorrik::portal {
 namespace {
@@ -34,12 +33,12 @@ class NoPointer final : public Pointer {
   std::optional<ClickPoint> position() override { return std::nullopt; }
 };
 
-// Members in the order they must be built: the Qt services and the store first, then the
+// Members in the order they must be built: the Qt services and the store first (the base), then the
 // session that keeps its restore token there, then what uses the session.
-class PortalDesktop final : public Desktop {
+class PortalDesktop final : public qt::QtDesktop {
  public:
   explicit PortalDesktop(unsigned version)
-      : session_(defaults_, version), trust_(session_), injector_(session_) {
+      : session_(defaults(), version), trust_(session_), injector_(session_) {
     if (GnomeShortcut::available()) {
       shortcut_.emplace(GnomeShortcut::toggleCommand());
     }
@@ -48,16 +47,11 @@ class PortalDesktop final : public Desktop {
                      [this] { followPrimaryScreen(); });
   }
 
-  MainQueue& mainQueue() override { return mainQueue_; }
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
   Pointer& pickPointer() override { return pickPointer_; }
   InputMonitor* input() override { return nullptr; }
   WindowSystem* windows() override { return nullptr; }
-  SettingsLink& settingsLink() override { return settingsLink_; }
-  DefaultsStore& defaults() override { return defaults_; }
-  PreferredLanguages& preferredLanguages() override { return preferred_; }
-  NotificationCenter& center() override { return center_; }
   // GNOME shows no application a global key; KDE Plasma would take F6 through its global
   // shortcuts portal, which this build does not use yet.
   ToggleShortcut* toggleShortcut() override { return shortcut_ ? &*shortcut_ : nullptr; }
@@ -76,11 +70,6 @@ class PortalDesktop final : public Desktop {
                          [this](const QRect& geometry) { injector_.setScreen(geometry); });
   }
 
-  qt::QtDefaultsStore defaults_;
-  qt::QtPreferredLanguages preferred_;
-  qt::QtNotificationCenter center_;
-  qt::QtMainQueue mainQueue_;
-  qt::QtSettingsLink settingsLink_;
   PortalSession session_;
   PortalTrust trust_;
   PortalInjector injector_;

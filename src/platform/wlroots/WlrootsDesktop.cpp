@@ -8,8 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/qt/QtServices.h"
-#include "platform/qt/QtSettingsLink.h"
+#include "platform/qt/QtDesktop.h"
 #include "platform/wlroots/PickOverlay.h"
 #include "platform/wlroots/SwayBinding.h"
 #include "platform/wlroots/WlrootsInput.h"
@@ -22,9 +21,9 @@ std::string env(const char* name) {
   return value != nullptr ? value : "";
 }
 
-// Members in the order they must be built: the Qt services first, the injector with its own
-// connection, the binding last so that it goes first on quit.
-class WlrootsDesktop final : public Desktop {
+// Members in the order they must be built: the Qt services first (the base), the injector with its
+// own connection, the binding last so that it goes first on quit.
+class WlrootsDesktop final : public qt::QtDesktop {
  public:
   explicit WlrootsDesktop(const Session& session)
       : trust_(session.waylandDisplay),
@@ -44,23 +43,13 @@ class WlrootsDesktop final : public Desktop {
   WlrootsDesktop(const WlrootsDesktop&) = delete;
   WlrootsDesktop& operator=(const WlrootsDesktop&) = delete;
 
-  MainQueue& mainQueue() override { return mainQueue_; }
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
   Pointer& pickPointer() override { return picker_; }
   InputMonitor* input() override { return &picker_; }
   WindowSystem* windows() override { return nullptr; }
-  SettingsLink& settingsLink() override { return settingsLink_; }
-  DefaultsStore& defaults() override { return defaults_; }
-  PreferredLanguages& preferredLanguages() override { return preferred_; }
-  NotificationCenter& center() override { return center_; }
 
  private:
-  qt::QtDefaultsStore defaults_;
-  qt::QtPreferredLanguages preferred_;
-  qt::QtNotificationCenter center_;
-  qt::QtMainQueue mainQueue_;
-  qt::QtSettingsLink settingsLink_;
   WlrootsTrust trust_;
   WlrootsInjector injector_;
   PickOverlay picker_{env("SWAYSOCK")};

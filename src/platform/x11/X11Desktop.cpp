@@ -3,8 +3,7 @@
 
 #include "platform/x11/X11Display.h"
 
-#include "platform/qt/QtServices.h"
-#include "platform/qt/QtSettingsLink.h"
+#include "platform/qt/QtDesktop.h"
 #include "platform/x11/X11Input.h"
 #include "platform/x11/X11InputMonitor.h"
 #include "platform/x11/X11Window.h"
@@ -12,28 +11,18 @@
 namespace vorrik::x11 {
 namespace {
 
-// Members in the order they must be built: the Qt services first, every X connection its own.
-class X11Desktop final : public Desktop {
+// The Qt services come first (the base); every X connection is its own.
+class X11Desktop final : public qt::QtDesktop {
  public:
   explicit X11Desktop(bool wholeSession) : trust_(nullptr, wholeSession) {}
 
-  MainQueue& mainQueue() override { return mainQueue_; }
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
   Pointer& pickPointer() override { return pickPointer_; }
   InputMonitor* input() override { return &input_; }
   WindowSystem* windows() override { return &windows_; }
-  SettingsLink& settingsLink() override { return settingsLink_; }
-  DefaultsStore& defaults() override { return defaults_; }
-  PreferredLanguages& preferredLanguages() override { return preferred_; }
-  NotificationCenter& center() override { return center_; }
 
  private:
-  qt::QtDefaultsStore defaults_;
-  qt::QtPreferredLanguages preferred_;
-  qt::QtNotificationCenter center_;
-  qt::QtMainQueue mainQueue_;
-  qt::QtSettingsLink settingsLink_;
   X11Trust trust_;
   X11Injector injector_;
   X11Pointer pickPointer_;
