@@ -33,21 +33,7 @@ cleanup() {
 }
 trap cleanup EXIT INT TERM
 
-cat >"$tmp/bus.conf" <<CONF
-<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <type>system</type>
-  <listen>unix:path=$tmp/system_bus_socket</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow user="*"/>
-    <allow own="*"/>
-    <allow send_destination="*"/>
-    <allow receive_sender="*"/>
-  </policy>
-</busconfig>
-CONF
+sed "s|@SOCKET@|$tmp/system_bus_socket|" "$(dirname "${BASH_SOURCE[0]}")/system-bus.conf" >"$tmp/bus.conf"
 dbus-daemon --config-file="$tmp/bus.conf" --nofork --nopidfile --print-address=3 \
   3>"$tmp/address" 2>"$tmp/bus.log" &
 pids+=($!)
