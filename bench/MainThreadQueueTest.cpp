@@ -36,18 +36,6 @@ TEST(MainThreadQueue, RunsTasksFromAnyThreadInOrderOnTheCallingThread) {
   }
 }
 
-TEST(MainThreadQueue, TasksMayPostTasks) {
-  MainThreadQueue queue;
-  int depth = 0;
-  std::function<void()> next = [&] {
-    if (++depth < 5) {
-      queue.post(next);
-    }
-  };
-  queue.post(next);
-  EXPECT_TRUE(queue.runUntil([&] { return depth == 5; }, std::chrono::steady_clock::now() + 60s));
-}
-
 TEST(MainThreadQueue, GivesUpAtTheDeadlineWhenNothingComes) {
   MainThreadQueue queue;
   EXPECT_FALSE(queue.runUntil([] { return false; }, std::chrono::steady_clock::now() + 10ms));

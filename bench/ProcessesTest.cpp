@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "Floor.h"
 #include "Processes.h"
 
 namespace vorrik::bench {
@@ -66,21 +65,6 @@ TEST(ProcessStatus, ReadsSizesAndIsNothingForAnUnknownField) {
   EXPECT_FALSE(statusKiB("NoSuchField"));
   // A prefix of a real field is not that field.
   EXPECT_FALSE(statusKiB("VmRS"));
-}
-
-TEST(BusyCore, StartsAndStopsWithoutLeavingTheChildBehind) {
-  // The destructor reaps the child, so a later runChild() sees only its own.
-  { const BusyCore load; }
-  const auto run = runChild({"true"});
-  ASSERT_TRUE(run);
-  EXPECT_EQ(run->exitCode, 0);
-}
-
-TEST(WakeFloor, CountsEverySleepAndNeverWakesEarly) {
-  const WakeFloor floor = measureWakeFloor(5, std::chrono::milliseconds(1));
-  EXPECT_EQ(floor.wakeups, 5u);
-  EXPECT_GE(floor.late.medianMs, 0);
-  EXPECT_GE(floor.maxLateMs, floor.late.p99Ms);
 }
 
 }  // namespace

@@ -83,11 +83,6 @@ TEST(Pooled, EndsWithBothRatioLinesAndJudgesEachTarget) {
   EXPECT_NE(text.find("wake-ups in 0 s idle after a stop: 0 (met)"), std::string::npos);
 }
 
-TEST(Pooled, SaysNotAvailableWithoutRounds) {
-  const auto all = lines(formatPooled(PairedResults{}, Targets{}));
-  EXPECT_EQ(all.back(), "receiver p99 ratio (reference / Vorrik), pooled: n/a");
-}
-
 TEST(Rounds, ListEveryRoundWithItsRatios) {
   PairedResults results;
   results.rounds.push_back(round(1, 58, true, 0.2, 0.6));

@@ -22,13 +22,6 @@ std::vector<nanoseconds> pressesFromPeriods(const std::vector<double>& periodsMs
   return presses;
 }
 
-TEST(Median, OddEvenAndEmpty) {
-  EXPECT_DOUBLE_EQ(median({3, 1, 2}), 2);
-  EXPECT_DOUBLE_EQ(median({4, 1, 3, 2}), 2.5);
-  EXPECT_DOUBLE_EQ(median({7}), 7);
-  EXPECT_DOUBLE_EQ(median({}), 0);
-}
-
 struct PercentileCase {
   std::vector<double> values;
   double p;

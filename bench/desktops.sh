@@ -10,7 +10,7 @@
 # every backend meets the same normal priority.
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
-e2e="$here/../tests/e2e"
+sessions="$here/../scripts/sessions"
 
 [ $# -ge 3 ] || { echo "usage: $0 BIN_DIR RECEIVER HAND [--nominal MS] [--periods N]" >&2; exit 2; }
 bin="$1" receiver="$2" hand="$3"
@@ -30,15 +30,15 @@ export DBUS_SYSTEM_BUS_ADDRESS="unix:path=/nonexistent/vorrik-bench"
 printf '%-7s %7s %7s %9s %7s %6s %6s %7s %7s %6s %9s  %s\n' backend nominal presses median \
   bias jit50 jit99 jitmax hold hjit99 shortest priority
 failed=0
-QT_QPA_PLATFORM=xcb "$e2e/with-xvfb.sh" -- "${unprivileged[@]}" "${timing[@]}" || failed=1
+QT_QPA_PLATFORM=xcb "$sessions/with-xvfb.sh" -- "${unprivileged[@]}" "${timing[@]}" || failed=1
 # with-sway.sh itself runs the command as nobody when started as root.
-prlimit --rtprio=0:0 "$e2e/with-sway.sh" -- "${timing[@]}" || failed=1
+prlimit --rtprio=0:0 "$sessions/with-sway.sh" -- "${timing[@]}" || failed=1
 # GNOME's session bus belongs to the user who started it, so the clicker stays that user there,
 # only without CAP_SYS_NICE. The portal asks the user through its dialog, which the hand answers.
 own=(prlimit --rtprio=0:0)
 if [ "$(id -u)" -eq 0 ]; then
   own+=(setpriv --bounding-set=-sys_nice --inh-caps=-sys_nice)
 fi
-QT_QPA_PLATFORM=wayland "$e2e/with-gnome.sh" --hand "$tmp/$(basename "$hand")" -- \
+QT_QPA_PLATFORM=wayland "$sessions/with-gnome.sh" --hand "$tmp/$(basename "$hand")" -- \
   "${own[@]}" "${timing[@]}" --hand "$tmp/$(basename "$hand")" || failed=1
 exit "$failed"

@@ -5,11 +5,11 @@
 # permissions.
 #   bench/paired.sh BIN_DIR [--no-realtimekit] [vorrik_click_timing options...]
 # Run as root, it gives the clickers a private system bus with RealtimeKit on it, as a desktop
-# session has (tests/e2e/with-realtimekit.sh); otherwise they see the machine's own system bus.
+# session has (scripts/sessions/with-realtimekit.sh); otherwise they see the machine's own system bus.
 # --no-realtimekit leaves them no bus at all, so that only SCHED_FIFO itself could be had.
 set -euo pipefail
 here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
-xvfb="$here/../tests/e2e/with-xvfb.sh"
+xvfb="$here/../scripts/sessions/with-xvfb.sh"
 
 case "${1:-}" in
   --inside-second)  # both servers are up: the first's name is given, the second is DISPLAY
@@ -34,7 +34,7 @@ if [ "${1:-}" = --no-realtimekit ]; then
   export DBUS_SYSTEM_BUS_ADDRESS="unix:path=/nonexistent/vorrik-bench"
   shift
 elif [ "$(id -u)" -eq 0 ]; then
-  wrap=("$here/../tests/e2e/with-realtimekit.sh" --)
+  wrap=("$here/../scripts/sessions/with-realtimekit.sh" --)
 fi
 tmp="$(mktemp -d)"
 trap 'rm -rf "$tmp"' EXIT

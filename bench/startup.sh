@@ -12,7 +12,7 @@ runs="${2:-15}"
 [ -x "$app" ] || { echo "no application at $app: build it first" >&2; exit 1; }
 
 if [ -z "${VORRIK_STARTUP_INNER:-}" ]; then
-  VORRIK_STARTUP_INNER=1 exec "$root/tests/e2e/with-xvfb.sh" -- "$0" "$app" "$runs"
+  VORRIK_STARTUP_INNER=1 exec "$root/scripts/sessions/with-xvfb.sh" -- "$0" "$app" "$runs"
 fi
 
 scratch=$(mktemp -d)

@@ -131,7 +131,6 @@ class AppDelegateTest : public QObject {
   Q_OBJECT
 
  private slots:
-  void cleanup() { QCoreApplication::setApplicationVersion({}); }
 
   // Items follow the catalogue's keys; what is checked is what the code decides: where the
   // menus go, their language, their shortcuts.
@@ -189,38 +188,6 @@ class AppDelegateTest : public QObject {
     item(sub(french, 4), "Français")->trigger();
     QCOMPARE(world.center.posts().size(), 2u);
     QVERIFY(world.status() != french);
-  }
-
-  void aLanguageItemWithoutACodeDoesNothing() {
-    World world("es");
-    for (const QVariant& data : {QVariant(), QVariant(3), QVariant(QStringList{"fr"})}) {
-      QAction action;
-      action.setData(data);
-      world.delegate->pickLanguage(&action);
-    }
-    world.delegate->pickLanguage(nullptr);
-    QCOMPARE(L::lang(), std::string("es"));
-    QVERIFY(world.center.posts().empty());
-  }
-
-  void aboutShowsTheVersion_data() {
-    QTest::addColumn<QString>("version");
-    QTest::addColumn<QString>("title");
-    QTest::newRow("set") << "2.7"
-                         << "Vorrik for Linux 2.7";
-    QTest::newRow("missing") << ""
-                             << "Vorrik for Linux 1.1";
-  }
-  void aboutShowsTheVersion() {
-    QFETCH(QString, version);
-    QFETCH(QString, title);
-    World world("en");
-    QCoreApplication::setApplicationVersion(version);
-    world.appMenu()->actions().at(0)->trigger();
-    QCOMPARE(world.alerts.size(), 1u);
-    QCOMPARE(world.alerts[0].message, title);
-    QCOMPARE(world.alerts[0].informative, texts({"about_body"}).front());
-    QVERIFY(world.alerts[0].buttons.isEmpty());
   }
 
   void startUpAsksForThePermissionOnlyWithoutIt_data() {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The tray item in a real XEmbed tray host: it docks, and a click on it opens the status menu.
-// Runs under tests/e2e/with-xvfb.sh --tray.
+// Runs under scripts/sessions/with-xvfb.sh --tray.
 #include <QApplication>
 #include <QMenu>
 #include <QProcess>

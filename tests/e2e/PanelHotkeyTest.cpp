@@ -137,15 +137,6 @@ class PanelHotkeyTest : public QObject {
     }
   }
 
-  void aClickOnThePanelEndsThePickWithoutAPoint() {
-    clickOn(ui().addPointBtn);
-    QTRY_COMPARE_WITH_TIMEOUT(ui().status->text(), "Click anywhere to set point 1...", kTimeoutMs);
-    clickOn(ui().stats);
-    QTRY_COMPARE_WITH_TIMEOUT(ui().status->text(), "Ready", kTimeoutMs);
-    QVERIFY(engine().points.empty());
-    QCOMPARE(ui().pointsLabel->text(), "Target: cursor");
-  }
-
  private:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
   // Where the receiver's own sentinel click goes: away from every click of a run.
   static constexpr ClickPoint kSentinel{7, 7};

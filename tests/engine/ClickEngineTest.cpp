@@ -193,15 +193,6 @@ TEST_F(EngineTest, TargetsRotateAndEachRunStartsAtTheFirstPoint) {
   EXPECT_EQ(rig.pressPoints(), (Targets{A, B, C, A, B, A}));
 }
 
-TEST_F(EngineTest, BurstsContinueTheRotation) {
-  engine.points.assign({A, B});
-  engine.burst = 3;
-  engine.start();
-  rig.tick();
-  rig.tick();
-  EXPECT_EQ(rig.pressPoints(), (Targets{A, B, A, B, A, B}));
-}
-
 TEST_F(EngineTest, PointsAddedOrClearedDuringARunKeepTheRotationIndex) {
   engine.points.assign({A, B});
   engine.start();
@@ -358,19 +349,6 @@ TEST_F(EngineTest, TheNextTickIsArmedOnceItsFirstPressHasLeft) {
   // click's 8 ms.
   EXPECT_EQ(armedAtPost, (std::vector<bool>{false, true}));
   EXPECT_EQ(rig.timer->armedDelay(), 128ms);
-}
-
-TEST_F(EngineTest, ClickTypeChangeTakesEffectAtTheNextClick) {
-  engine.burst = 2;
-  rig.injector.onPost([&](const MouseEvent&) { engine.clickType = ClickType::right; });
-  engine.start();
-  rig.tick();
-  std::vector<MouseButton> buttons;
-  for (const MouseEvent& e : rig.injector.events()) {
-    buttons.push_back(e.button);
-  }
-  EXPECT_EQ(buttons, (std::vector<MouseButton>{MouseButton::left, MouseButton::left,
-                                               MouseButton::right, MouseButton::right}));
 }
 
 TEST_F(EngineTest, CountReportsCoalesceWhileQueuedAndReachTheOwnerBeforeTheStop) {

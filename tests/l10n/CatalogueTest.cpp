@@ -111,17 +111,6 @@ TEST_P(TranslationTest, NamesNoOtherSystemsSettings) {
   }
 }
 
-// The lists' length is fixed by their type; what is left is that each menu language has its
-// texts and a name.
-TEST(CatalogueTest, EverySupportedLanguageHasTextsAndAName) {
-  const L::Table& table = L::table();
-  EXPECT_EQ(table.size(), L::supported().size());
-  for (const std::string& code : L::supported()) {
-    EXPECT_TRUE(table.contains(code)) << code;
-    EXPECT_TRUE(L::names().contains(code)) << code;
-  }
-}
-
 TEST(CatalogueTest, FrenchSpacesColonsAndFrenchAndPortugueseUseDecimalCommas) {
   const std::regex decimalPoint(R"(\d\.\d)");
   for (const auto& [key, text] : cat::fr) {

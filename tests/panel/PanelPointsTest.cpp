@@ -191,15 +191,6 @@ class PanelPointsTest : public QObject {
     QTEST(rig.engine().running(), "running");
   }
 
-  void f6IsLeftAloneWhileThePanelHasTheKeyboard() {
-    Rig rig;
-    rig.click(rig.ui().maxClicks);
-    QVERIFY(QTest::qWaitFor([] { return QGuiApplication::focusWindow() != nullptr; }));
-    rig.input.pressKey(Key::f6);
-    settle();
-    QVERIFY(!rig.engine().running());
-  }
-
   void f6LeavesAPendingPickPending() {
     Rig rig;
     rig.click(rig.ui().addPointBtn);

@@ -50,21 +50,6 @@ class VorrikPanelTest : public QObject {
     QTEST(qint64{rig.engine().maxClicks.load()}, "maxClicks");
   }
 
-  void twoPressesStartThenStop() {
-    Rig rig;
-    rig.press();
-    QVERIFY(rig.engine().running());
-    QCOMPARE(rig.ui().status->text(), "Clicking...");
-    QCOMPARE(rig.ui().startBtn->text(), "Stop  (F6)");
-    QCOMPARE(rig.ui().dot->color(), theme::lampRunning());
-    rig.press();
-    QVERIFY(!rig.engine().running());
-    QVERIFY(!rig.timer->armed());
-    QCOMPARE(rig.ui().status->text(), "Stopped");
-    QCOMPARE(rig.ui().startBtn->text(), "Start  (F6)");
-    QCOMPARE(rig.ui().dot->color(), theme::lampStopped());
-  }
-
   void stopAfterThreeEndsByItselfAndTheCountStaysUntilTheNextClick() {
     Rig rig;
     type(rig.ui().maxClicks, "3");

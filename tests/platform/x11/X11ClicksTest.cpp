@@ -27,7 +27,7 @@ using e2e::Receiver;
 class X11Clicks : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(receiver.ready()) << "needs an X server: run through tests/e2e/with-xvfb.sh";
+    ASSERT_TRUE(receiver.ready()) << "needs an X server: run through scripts/sessions/with-xvfb.sh";
     engine.onTick = [this](std::int64_t n) { lastTick = n; };
     engine.onStop = [this](const std::optional<std::string>& r) { stopText = r.value_or("-"); };
   }

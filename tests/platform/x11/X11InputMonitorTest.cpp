@@ -92,23 +92,6 @@ class X11InputMonitorTest : public QObject {
     QCOMPARE(seen.lefts, lefts);
   }
 
-  void removalStopsDelivery() {
-    Seen gone;
-    Seen kept;
-    const auto [goneKeys, goneLefts] = watch(gone);
-    watch(kept);
-    monitor_->remove(goneKeys);
-    monitor_->remove(goneLefts);
-    monitor_->remove(goneLefts);  // twice, and unknown handles: ignored
-    monitor_->remove(9999);
-    xdotool({"key", "F6", "click", "1"});
-    QVERIFY(sentinel(kept));
-    QCOMPARE(kept.keys, QStringLiteral("Fo"));
-    QCOMPARE(kept.lefts, 1);
-    QCOMPARE(gone.keys, QString());
-    QCOMPARE(gone.lefts, 0);
-  }
-
   void handlersMayRemoveAndAdd() {
     // The first handler removes itself and the second, and installs a third, at the first
     // press; both presses arrive in one read, so removal must act within the batch.
@@ -148,51 +131,6 @@ class X11InputMonitorTest : public QObject {
     QCOMPARE(early.keys, QStringLiteral("Fo"));
   }
 
-  void f6IsFoundByItsKeysym() {
-    Display* display = XOpenDisplay(nullptr);
-    QVERIFY(display);
-    const KeyCode oldCode = XKeysymToKeycode(display, XK_F6);
-    QVERIFY(oldCode != 0);
-    int minCode = 0;
-    int maxCode = 0;
-    XDisplayKeycodes(display, &minCode, &maxCode);
-    // A key code with no symbol at all becomes F6; the old F6 key becomes F13.
-    int spare = 0;
-    for (int code = maxCode; code >= minCode && spare == 0; --code) {
-      int perCode = 0;
-      KeySym* syms = XGetKeyboardMapping(display, static_cast<KeyCode>(code), 1, &perCode);
-      bool empty = true;
-      for (int i = 0; i < perCode; ++i) {
-        empty = empty && syms[i] == NoSymbol;
-      }
-      XFree(syms);
-      if (empty) {
-        spare = code;
-      }
-    }
-    QVERIFY(spare != 0);
-    KeySym f6 = XK_F6;
-    KeySym f13 = XK_F13;
-    KeySym nothing = NoSymbol;
-    XChangeKeyboardMapping(display, spare, 1, &f6, 1);
-    XChangeKeyboardMapping(display, oldCode, 1, &f13, 1);
-    XSync(display, False);
-
-    Seen seen;
-    watch(seen);
-    xdotool({"key", "F6"});
-    XTestFakeKeyEvent(display, oldCode, True, 0);
-    XTestFakeKeyEvent(display, oldCode, False, 0);
-    XSync(display, False);
-    const bool arrived = sentinel(seen);
-
-    XChangeKeyboardMapping(display, oldCode, 1, &f6, 1);
-    XChangeKeyboardMapping(display, spare, 1, &nothing, 1);
-    XCloseDisplay(display);
-    QVERIFY(arrived);
-    QCOMPARE(seen.keys, QStringLiteral("Foo"));
-  }
-
   void leftHandedMappingIsHonoured() {
     vorrik::e2e::Receiver hand(0, 0, 1, 1);
     QVERIFY(hand.mapButtons({3, 2, 1}));
@@ -218,10 +156,6 @@ class X11InputMonitorTest : public QObject {
     absent.remove(1);
   }
 
-  void emptyHandlersAreRefused() {
-    QVERIFY(!monitor_->addKeyMonitor(nullptr));
-    QVERIFY(!monitor_->addLeftPressMonitor(nullptr));
-  }
 };
 
 }  // namespace
