@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # The panel window as a window manager and the user see it, on the private display that
-# tests/e2e/with-xvfb.sh provides: its hints, the keyboard only after a click in a text field,
+# scripts/sessions/with-xvfb.sh provides: its hints, the keyboard only after a click in a text field,
 # and Return starting and stopping a run.   panel_window.sh path/to/vorrik-panel
 set -euo pipefail
 exe="$1"

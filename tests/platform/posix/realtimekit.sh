@@ -13,7 +13,7 @@ chmod 755 "$tmp"
 install -m 755 "$1" "$tmp/probe"
 nobody=(prlimit --rtprio=0:0 setpriv --reuid=65534 --regid=65534 --clear-groups)
 
-"$here/../../e2e/with-realtimekit.sh" -- "${nobody[@]}" "$tmp/probe" RealtimeKit
+"$here/../../../scripts/sessions/with-realtimekit.sh" -- "${nobody[@]}" "$tmp/probe" RealtimeKit
 
 DBUS_SYSTEM_BUS_ADDRESS="unix:path=$tmp/no-bus" "${nobody[@]}" "$tmp/probe" none 2>"$tmp/err"
 grep -c 'no real-time priority for the click timer' "$tmp/err" | grep -qx 1 || {
