@@ -24,7 +24,8 @@ using e2e::WaylandButton;
 class WlrootsClicks : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(receiver.ready()) << "needs a compositor: run through scripts/sessions/with-sway.sh";
+    ASSERT_TRUE(receiver.ready())
+        << "needs a compositor: run through scripts/sessions/with-sway.sh";
     ASSERT_TRUE(injector.connected());
     engine.onTick = [this](std::int64_t n) { lastTick = n; };
     engine.onStop = [this](const std::optional<std::string>& r) { stopText = r.value_or("-"); };

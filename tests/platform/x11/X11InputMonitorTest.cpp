@@ -155,7 +155,6 @@ class X11InputMonitorTest : public QObject {
     QVERIFY(!absent.addLeftPressMonitor([] {}));
     absent.remove(1);
   }
-
 };
 
 }  // namespace
