@@ -75,22 +75,6 @@ TEST_F(X11Clicks, LeftClicksVisitThePointsInOrderAndStopAtTheCount) {
   }
 }
 
-TEST_F(X11Clicks, AfterAStopOnlyTheRestOfTheBurstArrives) {
-  receiver.warpPointer(321, 234);
-  engine.burst = 4;
-  engine.intervalMs = 50;
-  engine.start();
-  pumpUntil([&] { return lastTick >= 6; });
-  engine.stop("Stopped");
-  const std::int64_t reported = engine.sessionClicks();
-  const auto down = receiver.presses(500ms);
-  EXPECT_EQ(down.size() % 4, 0U) << "bursts run to their end";
-  EXPECT_LE(static_cast<std::int64_t>(down.size()), reported + 4);
-  for (const Button& b : down) {
-    EXPECT_EQ(b.at, (ClickPoint{321, 234})) << "clicks land at the cursor";
-  }
-}
-
 TEST_F(X11Clicks, ClicksAtTheCursorFollowEveryKindOfPointerMoveDuringARun) {
   receiver.warpPointer(100, 100);
   engine.intervalMs = 50;
