@@ -7,9 +7,11 @@
 #include <QObject>
 #include <QScreen>
 
+#include "platform/portal/CombinedInput.h"
 #include "platform/portal/GnomeShortcut.h"
 #include "platform/portal/PortalInput.h"
 #include "platform/portal/PortalSession.h"
+#include "platform/portal/PortalShortcuts.h"
 #include "platform/qt/QtDesktop.h"
 
 namespace vorrik::portal {
@@ -39,7 +41,12 @@ class PortalDesktop final : public qt::QtDesktop {
  public:
   explicit PortalDesktop(unsigned version)
       : session_(defaults(), version), trust_(session_), injector_(session_) {
-    if (GnomeShortcut::available()) {
+    // F6: the desktop's global-shortcuts portal where it has one (KDE Plasma, newer GNOME);
+    // else, on GNOME 43, GNOME's own custom shortcut, offered to the user.
+    if (portalVersion(kGlobalShortcuts)) {
+      keys_.emplace();
+      input_.setKeySource(&*keys_);
+    } else if (GnomeShortcut::available()) {
       shortcut_.emplace(GnomeShortcut::toggleCommand());
     }
     followPrimaryScreen();
@@ -50,10 +57,10 @@ class PortalDesktop final : public qt::QtDesktop {
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
   Pointer& pickPointer() override { return pickPointer_; }
-  InputMonitor* input() override { return nullptr; }
+  // Keys from the global-shortcuts portal; nothing where neither half has a source.
+  InputMonitor* input() override { return input_.empty() ? nullptr : &input_; }
   WindowSystem* windows() override { return nullptr; }
-  // GNOME shows no application a global key; KDE Plasma would take F6 through its global
-  // shortcuts portal, which this build does not use yet.
+  // GNOME 43 shows no application a global key and has no global-shortcuts portal.
   ToggleShortcut* toggleShortcut() override { return shortcut_ ? &*shortcut_ : nullptr; }
 
  private:
@@ -75,6 +82,9 @@ class PortalDesktop final : public qt::QtDesktop {
   PortalInjector injector_;
   NoPointer pickPointer_;
   std::optional<GnomeShortcut> shortcut_;
+  // input(): keys from the portal; no left-press source yet.
+  std::optional<PortalShortcuts> keys_;
+  CombinedInput input_;
   QObject context_;
   QMetaObject::Connection screenWatch_;
 };

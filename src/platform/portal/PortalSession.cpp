@@ -5,7 +5,6 @@
 #include <QDBusObjectPath>
 #include <QDBusPendingCall>
 #include <QDBusPendingCallWatcher>
-#include <QDBusVariant>
 #include <QLoggingCategory>
 
 #include <utility>
@@ -13,11 +12,8 @@
 namespace vorrik::portal {
 namespace {
 
-Q_LOGGING_CATEGORY(lcPortal, "vorrik.portal")
-
-const QString kObject = QStringLiteral("/org/freedesktop/portal/desktop");
-const QString kRequest = QStringLiteral("org.freedesktop.portal.Request");
-const QString kSession = QStringLiteral("org.freedesktop.portal.Session");
+const QString kRequest = QString::fromLatin1(kRequestInterface);
+const QString kSession = QString::fromLatin1(kSessionInterface);
 constexpr const char* kRestoreTokenKey = "portalRestoreToken";
 // A desktop that does not answer an event within this is not clicking anyway.
 constexpr int kEventTimeoutMs = 1000;
@@ -26,33 +22,10 @@ constexpr int kEventTimeoutMs = 1000;
 constexpr uint kPointer = 2;
 constexpr uint kPersistUntilRevoked = 2;
 
-QDBusMessage portalCall(const QString& interface, const QString& method) {
-  return QDBusMessage::createMethodCall(QString::fromLatin1(kPortalService), kObject, interface,
-                                        method);
-}
-
 }  // namespace
 
 std::optional<unsigned> remoteDesktopVersion() {
-  const QString name = QStringLiteral("vorrik-portal-probe");
-  std::optional<unsigned> version;
-  {
-    QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
-    QDBusMessage get =
-        portalCall(QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    get << QString::fromLatin1(kRemoteDesktop) << QStringLiteral("version");
-    const QDBusMessage reply = bus.call(get, QDBus::Block, 5000);
-    if (reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty()) {
-      const QVariant value = reply.arguments().constFirst().value<QDBusVariant>().variant();
-      bool ok = false;
-      const uint number = value.toUInt(&ok);
-      if (ok) {
-        version = number;
-      }
-    }
-  }
-  QDBusConnection::disconnectFromBus(name);
-  return version;
+  return portalVersion(kRemoteDesktop);
 }
 
 PortalSession::PortalSession(DefaultsStore& defaults, unsigned version)
@@ -67,8 +40,7 @@ PortalSession::~PortalSession() {
   {
     std::lock_guard lock(mutex_);
     if (!session_.isEmpty()) {
-      bus_.send(QDBusMessage::createMethodCall(QString::fromLatin1(kPortalService), session_,
-                                               kSession, QStringLiteral("Close")));
+      closeSession(bus_, session_);
     }
   }
   bus_ = QDBusConnection(QString());
@@ -96,9 +68,7 @@ bool PortalSession::request(Step step, const QString& method, QVariantList args,
   // The portal answers on a request object whose path follows from our bus name and a token
   // of our choosing; listening there before calling means no answer is missed.
   const QString token = QStringLiteral("vorrik%1").arg(++counter_);
-  QString sender = bus_.baseService().mid(1);
-  sender.replace(QLatin1Char('.'), QLatin1Char('_'));
-  requestPath_ = kObject + QStringLiteral("/request/") + sender + QLatin1Char('/') + token;
+  requestPath_ = requestPath(bus_, token);
   // QtDBus connects signals by slot signature only.
   bus_.connect(QString::fromLatin1(kPortalService), requestPath_, kRequest,
                QStringLiteral("Response"), this, SLOT(onResponse(uint, QVariantMap)));
@@ -203,8 +173,7 @@ void PortalSession::answered(bool started) {
     if (!session.isEmpty()) {
       bus_.disconnect(QString::fromLatin1(kPortalService), session, kSession,
                       QStringLiteral("Closed"), this, SLOT(onClosed(QVariantMap)));
-      bus_.send(QDBusMessage::createMethodCall(QString::fromLatin1(kPortalService), session,
-                                               kSession, QStringLiteral("Close")));
+      closeSession(bus_, session);
     }
     step_ = Step::none;
     state_.store(State::idle);

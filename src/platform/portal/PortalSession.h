@@ -17,10 +17,10 @@
 #include <string>
 
 #include "platform/DefaultsStore.h"
+#include "platform/portal/PortalBus.h"
 
 namespace vorrik::portal {
 
-inline constexpr const char* kPortalService = "org.freedesktop.portal.Desktop";
 inline constexpr const char* kRemoteDesktop = "org.freedesktop.portal.RemoteDesktop";
 
 // The RemoteDesktop portal's version on the session bus, or nothing when no portal offers it.

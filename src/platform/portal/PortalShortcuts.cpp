@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: MIT
+#include "platform/portal/PortalShortcuts.h"
+
+#include <QDBusArgument>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+#include <QDBusPendingCall>
+#include <QDBusPendingCallWatcher>
+#include <QList>
+
+#include <algorithm>
+#include <atomic>
+#include <utility>
+#include <vector>
+
+#include "platform/portal/PortalBus.h"
+
+namespace vorrik::portal {
+namespace {
+
+// The portal's shortcut lists, a(sa{sv}): ids and their details.
+using Shortcuts = QList<std::pair<QString, QVariantMap>>;
+
+// The portal hands session handles out as strings, though they are object paths.
+QString pathOf(const QVariant& value) {
+  return value.metaType() == QMetaType::fromType<QDBusObjectPath>()
+             ? value.value<QDBusObjectPath>().path()
+             : value.toString();
+}
+
+// Whether a BindShortcuts answer keeps id; an answer without a readable list is taken at its
+// word, as its response said yes.
+bool keeps(const QVariantMap& results, const QString& id) {
+  const QVariant list = results.value(QStringLiteral("shortcuts"));
+  if (list.metaType() != QMetaType::fromType<QDBusArgument>() ||
+      list.value<QDBusArgument>().currentSignature() != QLatin1String("a(sa{sv})")) {
+    return true;
+  }
+  Shortcuts bound;
+  list.value<QDBusArgument>() >> bound;
+  return std::any_of(bound.cbegin(), bound.cend(),
+                     [&id](const auto& shortcut) { return shortcut.first == id; });
+}
+
+const QString kShortcuts = QString::fromLatin1(kGlobalShortcuts);
+const QString kRequest = QString::fromLatin1(kRequestInterface);
+const QString kSession = QString::fromLatin1(kSessionInterface);
+
+// Request and session tokens: the process's shared connection has one namespace of them.
+QString nextToken() {
+  static std::atomic<unsigned> counter{0};
+  return QStringLiteral("vorrik_keys%1").arg(++counter);
+}
+
+}  // namespace
+
+PortalShortcuts::PortalShortcuts(QString description)
+    : bus_(QDBusConnection::sessionBus()), description_(std::move(description)) {
+  qDBusRegisterMetaType<Shortcuts::value_type>();
+  qDBusRegisterMetaType<Shortcuts>();
+  // The portal sends Activated to the session's own connection only, for every session of it.
+  bus_.connect(QString::fromLatin1(kPortalService), QString::fromLatin1(kPortalObject), kShortcuts,
+               QStringLiteral("Activated"), this, SLOT(onActivated(QDBusMessage)));
+}
+
+PortalShortcuts::~PortalShortcuts() {
+  if (!session_.isEmpty()) {
+    closeSession(bus_, session_);
+  }
+}
+
+std::optional<InputMonitor::Handle> PortalShortcuts::addKeyMonitor(
+    std::function<void(Key)> handler) {
+  const Handle handle = nextHandle_++;
+  handlers_.emplace(handle, std::move(handler));
+  if (step_ == Step::none) {
+    if (!bus_.isConnected()) {
+      fail(QStringLiteral("no session bus: ") + bus_.lastError().message());
+    } else {
+      request(Step::create, QStringLiteral("CreateSession"),
+              {QVariantMap{{QStringLiteral("session_handle_token"), nextToken()}}});
+    }
+  }
+  return handle;
+}
+
+void PortalShortcuts::remove(Handle handle) {
+  handlers_.erase(handle);
+}
+
+void PortalShortcuts::request(Step step, const QString& method, QVariantList args) {
+  // As for every portal request: listen where the answer will come before asking.
+  const QString token = nextToken();
+  requestPath_ = requestPath(bus_, token);
+  bus_.connect(QString::fromLatin1(kPortalService), requestPath_, kRequest,
+               QStringLiteral("Response"), this, SLOT(onResponse(uint, QVariantMap)));
+  step_ = step;
+  // The options come last in every request; handle_token goes in there.
+  QVariantMap options = args.takeLast().toMap();
+  options.insert(QStringLiteral("handle_token"), token);
+  args.append(options);
+  QDBusMessage call = portalCall(kShortcuts, method);
+  call.setArguments(args);
+  auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
+  connect(watcher, &QDBusPendingCallWatcher::finished, this,
+          [this, step](QDBusPendingCallWatcher* done) {
+            done->deleteLater();
+            if (done->isError() && step_ == step) {
+              fail(QStringLiteral("the desktop failed the request: ") + done->error().message());
+            }
+          });
+}
+
+void PortalShortcuts::onResponse(uint response, const QVariantMap& results) {
+  bus_.disconnect(QString::fromLatin1(kPortalService), requestPath_, kRequest,
+                  QStringLiteral("Response"), this, SLOT(onResponse(uint, QVariantMap)));
+  if (response != 0) {
+    // 1: the user refused; 2: the desktop ended the dialog some other way.
+    fail(QStringLiteral("the desktop refused it (response %1)").arg(response));
+    return;
+  }
+  switch (step_) {
+    case Step::create: {
+      session_ = pathOf(results.value(QStringLiteral("session_handle")));
+      bus_.connect(QString::fromLatin1(kPortalService), session_, kSession,
+                   QStringLiteral("Closed"), this, SLOT(onClosed(QVariantMap)));
+      const Shortcuts shortcuts{{QString::fromLatin1(kShortcutId),
+                                 {{QStringLiteral("description"), description_},
+                                  {QStringLiteral("preferred_trigger"), QStringLiteral("F6")}}}};
+      // The panel adds its key monitor before it has a window, and a Wayland client has no
+      // handle the portal could use for one anyway; the desktop then places its dialog itself.
+      request(Step::bind, QStringLiteral("BindShortcuts"),
+              {QVariant::fromValue(QDBusObjectPath(session_)), QVariant::fromValue(shortcuts),
+               QString(), QVariantMap{}});
+      return;
+    }
+    case Step::bind:
+      if (!keeps(results, QString::fromLatin1(kShortcutId))) {
+        fail(QStringLiteral("the desktop bound no key to it"));
+        return;
+      }
+      step_ = Step::bound;
+      return;
+    case Step::none:
+    case Step::bound:
+    case Step::failed:
+      return;
+  }
+}
+
+void PortalShortcuts::onActivated(const QDBusMessage& message) {
+  const QVariantList args = message.arguments();
+  if (step_ != Step::bound || args.size() < 2 || pathOf(args.at(0)) != session_ ||
+      args.at(1).toString() != QLatin1String(kShortcutId)) {
+    return;
+  }
+  // A handler may remove monitors, its own included, or add new ones.
+  std::vector<Handle> handles;
+  handles.reserve(handlers_.size());
+  for (const auto& entry : handlers_) {
+    handles.push_back(entry.first);
+  }
+  for (const Handle handle : handles) {
+    if (const auto found = handlers_.find(handle); found != handlers_.end()) {
+      const std::function<void(Key)> handler = found->second;
+      handler(Key::f6);
+    }
+  }
+}
+
+void PortalShortcuts::onClosed(const QVariantMap& /*details*/) {
+  // Gone already: nothing to close.
+  bus_.disconnect(QString::fromLatin1(kPortalService), session_, kSession, QStringLiteral("Closed"),
+                  this, SLOT(onClosed(QVariantMap)));
+  session_.clear();
+  fail(QStringLiteral("the desktop closed its session"));
+}
+
+void PortalShortcuts::fail(const QString& why) {
+  qCWarning(lcPortal).noquote() << "no global F6 shortcut:" << why;
+  if (!session_.isEmpty()) {
+    bus_.disconnect(QString::fromLatin1(kPortalService), session_, kSession,
+                    QStringLiteral("Closed"), this, SLOT(onClosed(QVariantMap)));
+    closeSession(bus_, std::exchange(session_, QString()));
+  }
+  step_ = Step::failed;
+}
+
+}  // namespace vorrik::portal
