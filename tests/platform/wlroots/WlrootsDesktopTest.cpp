@@ -13,7 +13,8 @@
 #include <optional>
 
 #include "e2e/WaylandPeer.h"
-#include "platform/wlroots/PickOverlay.h"
+#include "platform/wayland/PickOverlay.h"
+#include "platform/wayland/SwayIpc.h"
 #include "platform/wlroots/SwayBinding.h"
 #include "platform/wlroots/WlrootsInput.h"
 
@@ -150,13 +151,13 @@ class WlrootsDesktopTest : public QObject {
 
   static bool sway(const std::string& command) {
     const auto reply =
-        wlroots::swayRequest(qEnvironmentVariable("SWAYSOCK").toStdString(), 0, command);
-    return reply && wlroots::swaySucceeded(*reply);
+        wayland::swayRequest(qEnvironmentVariable("SWAYSOCK").toStdString(), 0, command);
+    return reply && wayland::swaySucceeded(*reply);
   }
 
   // How many pick covers sway shows floated, as the overlay asks it to.
   static int floatingCovers() {
-    const auto tree = wlroots::swayRequest(qEnvironmentVariable("SWAYSOCK").toStdString(), 4, {});
+    const auto tree = wayland::swayRequest(qEnvironmentVariable("SWAYSOCK").toStdString(), 4, {});
     int n = 0;
     const std::function<void(const QJsonObject&)> walk = [&](const QJsonObject& node) {
       n += node["name"].toString().startsWith("Vorrik pick") &&
@@ -174,7 +175,7 @@ class WlrootsDesktopTest : public QObject {
   }
 
   wlroots::WlrootsInjector& injector_;
-  wlroots::PickOverlay picker_{qEnvironmentVariable("SWAYSOCK").toStdString()};
+  wayland::PickOverlay picker_{qEnvironmentVariable("SWAYSOCK").toStdString()};
 };
 
 }  // namespace vorrik

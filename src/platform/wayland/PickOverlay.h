@@ -15,7 +15,7 @@
 #include "platform/InputMonitor.h"
 #include "platform/Pointer.h"
 
-namespace vorrik::wlroots {
+namespace vorrik::wayland {
 
 // Point picking where clients cannot see the global pointer: while a left-press monitor is
 // installed, a translucent window covers every output and takes the next click itself. The
@@ -79,4 +79,4 @@ class PickOverlay final : public InputMonitor, public Pointer {
   std::optional<ClickPoint> last_;
 };
 
-}  // namespace vorrik::wlroots
+}  // namespace vorrik::wayland

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/wlroots/PickOverlay.h"
+#include "platform/wayland/PickOverlay.h"
 
 #include <unistd.h>
 
@@ -14,9 +14,9 @@
 
 #include <utility>
 
-#include "platform/wlroots/SwayBinding.h"
+#include "platform/wayland/SwayIpc.h"
 
-namespace vorrik::wlroots {
+namespace vorrik::wayland {
 namespace {
 
 constexpr std::uint32_t kRunCommand = 0;
@@ -251,4 +251,4 @@ void PickOverlay::hide() {
   excluded_.clear();
 }
 
-}  // namespace vorrik::wlroots
+}  // namespace vorrik::wayland
