@@ -11,6 +11,7 @@
 #include "platform/portal/PortalInput.h"
 #include "platform/portal/PortalSession.h"
 #include "platform/qt/QtDesktop.h"
+#include "platform/wayland/PickOverlay.h"
 
 namespace vorrik::portal {
 namespace {
@@ -26,12 +27,6 @@ bool waylandSocketExists(const std::string& display) {
   struct stat info {};
   return stat(path.c_str(), &info) == 0 && S_ISSOCK(info.st_mode);
 }
-
-// Where no pick can tell a position: clients cannot read the global pointer on Wayland.
-class NoPointer final : public Pointer {
- public:
-  std::optional<ClickPoint> position() override { return std::nullopt; }
-};
 
 // Members in the order they must be built: the Qt services and the store first (the base), then the
 // session that keeps its restore token there, then what uses the session.
@@ -49,8 +44,10 @@ class PortalDesktop final : public qt::QtDesktop {
 
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
-  Pointer& pickPointer() override { return pickPointer_; }
-  InputMonitor* input() override { return nullptr; }
+  // Picks through full-screen covers: a point there is in the layout pixels the injector moves
+  // in, and a pick off the primary screen, which the injector cannot reach, takes no point.
+  Pointer& pickPointer() override { return picker_; }
+  InputMonitor* input() override { return &picker_; }
   WindowSystem* windows() override { return nullptr; }
   // GNOME shows no application a global key; KDE Plasma would take F6 through its global
   // shortcuts portal, which this build does not use yet.
@@ -73,7 +70,7 @@ class PortalDesktop final : public qt::QtDesktop {
   PortalSession session_;
   PortalTrust trust_;
   PortalInjector injector_;
-  NoPointer pickPointer_;
+  wayland::PickOverlay picker_{{}, wayland::PickOverlay::Reach::primaryScreen};
   std::optional<GnomeShortcut> shortcut_;
   QObject context_;
   QMetaObject::Connection screenWatch_;
