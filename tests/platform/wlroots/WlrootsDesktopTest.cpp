@@ -64,15 +64,20 @@ class WlrootsDesktopTest : public QObject {
       Act act = Act::click;
       ClickPoint at;
       std::optional<ClickPoint> want;
+      // An overlay for an injector that reaches the primary (left) output only.
+      bool primaryOnly = false;
     } cases[] = {{"left output", Act::click, {37, 61}, ClickPoint{37, 61}},
                  {"right output", Act::click, onRight, onRight},
                  {"on the panel", Act::click, {350, 250}, std::nullopt},
                  {"right button", Act::rightClick, {37, 61}, std::nullopt},
-                 {"Escape", Act::escape, {}, std::nullopt}};
+                 {"Escape", Act::escape, {}, std::nullopt},
+                 {"primary only, left", Act::click, {37, 61}, ClickPoint{37, 61}, true},
+                 {"primary only, right", Act::click, onRight, std::nullopt, true}};
     for (const auto& c : cases) {
+      wayland::PickOverlay& picker = c.primaryOnly ? primaryOnly_ : picker_;
       bool handled = false;
-      const auto handle = picker_.addLeftPressMonitor([&] { handled = true; });
-      QVERIFY2(QTest::qWaitFor([&] { return picker_.placed(); }, 10000), c.what);
+      const auto handle = picker.addLeftPressMonitor([&] { handled = true; });
+      QVERIFY2(QTest::qWaitFor([&] { return picker.placed(); }, 10000), c.what);
       QCOMPARE(floatingCovers(), 2);
       if (c.act == Act::escape) {
         QVERIFY(e2e::tapKey("Escape"));
@@ -80,12 +85,12 @@ class WlrootsDesktopTest : public QObject {
         click(c.act == Act::click ? MouseButton::left : MouseButton::right, c.at);
       }
       QVERIFY2(QTest::qWaitFor([&] { return handled; }, 10000), c.what);
-      const auto got = picker_.position();
+      const auto got = picker.position();
       QVERIFY2(got == c.want, qPrintable(QStringLiteral("%1: got %2 %3")
                                              .arg(c.what)
                                              .arg(got ? got->x : -1)
                                              .arg(got ? got->y : -1)));
-      picker_.remove(*handle);
+      picker.remove(*handle);
       QVERIFY2(QTest::qWaitFor([] { return floatingCovers() == 0; }, 10000), c.what);
     }
   }
@@ -176,6 +181,8 @@ class WlrootsDesktopTest : public QObject {
 
   wlroots::WlrootsInjector& injector_;
   wayland::PickOverlay picker_{qEnvironmentVariable("SWAYSOCK").toStdString()};
+  wayland::PickOverlay primaryOnly_{qEnvironmentVariable("SWAYSOCK").toStdString(),
+                                    wayland::PickOverlay::Reach::primaryScreen};
 };
 
 }  // namespace vorrik
