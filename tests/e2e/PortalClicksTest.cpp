@@ -3,11 +3,14 @@
 // the desktop's consent dialog refused with Escape and then accepted as a user would, through
 // gnome_hand (mutter's own input, which asks nobody); then real clicks through the portal into
 // a full-screen Qt Wayland window, at the cursor and at given points, counted and placed
-// exactly; last F6 through the desktop's own shortcut, run by gsd-media-keys. Time bounds are
+// exactly; a point picked through the desktop's overlay clicked there; last F6 through the
+// desktop's own shortcut, run by gsd-media-keys. Time bounds are
 // generous; bench/ measures precision.
+#include <QGuiApplication>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWindow>
 
 #include <algorithm>
 #include <memory>
@@ -209,6 +212,39 @@ class PortalClicksTest : public QObject {
     const std::vector<QPointF> expected{{1279, 799}, {0, 799},    {640, 401}, {0, 0},
                                         {1279, 0},   {1279, 799}, {0, 799},   {640, 401}};
     QCOMPARE(presses, expected);
+  }
+
+  void aPickedPointIsWhereTheRunClicks() {
+    // The desktop's own overlay takes the hand's click; the pointer then starts elsewhere.
+    InputMonitor* input = desktop_->input();
+    QVERIFY(input != nullptr);
+    seenFrom_ = receiver_->lines().size();
+    bool picked = false;
+    const auto handle = input->addLeftPressMonitor([&] { picked = true; });
+    QVERIFY(handle);
+    const auto shown = [] {
+      const QWindowList windows = QGuiApplication::topLevelWindows();
+      return std::any_of(windows.begin(), windows.end(), [](QWindow* w) { return w->isExposed(); });
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(shown(), kTimeoutMs);
+    QTest::qWait(300);
+    handDo(QStringLiteral("move 417 263"));
+    handDo(QStringLiteral("click left"));
+    QTRY_VERIFY_WITH_TIMEOUT(picked, kTimeoutMs);
+    input->remove(*handle);
+    QTRY_VERIFY_WITH_TIMEOUT(!shown(), kTimeoutMs);
+    const std::optional<ClickPoint> at = desktop_->pickPointer().query();
+    QVERIFY(at);
+    QCOMPARE(QPointF(at->x, at->y), QPointF(417, 263));
+    QVERIFY2(seen().empty(), "the receiver under the overlay saw no click");
+
+    handDo(QStringLiteral("move 900 100"));
+    run(ClickType::left, 3, 100, {*at});
+    std::vector<QPointF> events;
+    for (const Seen& event : seen()) {
+      events.emplace_back(event.x, event.y);
+    }
+    QCOMPARE(events, std::vector<QPointF>(6, QPointF(417, 263)));
   }
 
   void f6RunsVorrikThroughTheDesktopShortcutWhenAdded() {

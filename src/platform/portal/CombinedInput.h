@@ -19,9 +19,6 @@ class CombinedInput final : public InputMonitor {
   void setKeySource(InputMonitor* keys) { keys_ = keys; }
   // Where left presses come from; set before the first monitor is added.
   void setLeftPressSource(InputMonitor* presses) { presses_ = presses; }
-  // True when neither source is there.
-  [[nodiscard]] bool empty() const { return keys_ == nullptr && presses_ == nullptr; }
-
   std::optional<Handle> addKeyMonitor(std::function<void(Key)> handler) override {
     return keys_ != nullptr ? wrap(keys_, keys_->addKeyMonitor(std::move(handler))) : std::nullopt;
   }

@@ -13,6 +13,7 @@
 #include "platform/portal/PortalSession.h"
 #include "platform/portal/PortalShortcuts.h"
 #include "platform/qt/QtDesktop.h"
+#include "platform/wayland/PickOverlay.h"
 
 namespace vorrik::portal {
 namespace {
@@ -29,18 +30,13 @@ bool waylandSocketExists(const std::string& display) {
   return stat(path.c_str(), &info) == 0 && S_ISSOCK(info.st_mode);
 }
 
-// Where no pick can tell a position: clients cannot read the global pointer on Wayland.
-class NoPointer final : public Pointer {
- public:
-  std::optional<ClickPoint> position() override { return std::nullopt; }
-};
-
 // Members in the order they must be built: the Qt services and the store first (the base), then the
 // session that keeps its restore token there, then what uses the session.
 class PortalDesktop final : public qt::QtDesktop {
  public:
   explicit PortalDesktop(unsigned version)
       : session_(defaults(), version), trust_(session_), injector_(session_) {
+    input_.setLeftPressSource(&picker_);
     // F6: the desktop's global-shortcuts portal where it has one (KDE Plasma, newer GNOME);
     // else, on GNOME 43, GNOME's own custom shortcut, offered to the user.
     if (portalVersion(kGlobalShortcuts)) {
@@ -56,9 +52,11 @@ class PortalDesktop final : public qt::QtDesktop {
 
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
-  Pointer& pickPointer() override { return pickPointer_; }
-  // Keys from the global-shortcuts portal; nothing where neither half has a source.
-  InputMonitor* input() override { return input_.empty() ? nullptr : &input_; }
+  // Picks through full-screen covers: a point there is in the layout pixels the injector moves
+  // in, and a pick off the primary screen, which the injector cannot reach, takes no point.
+  Pointer& pickPointer() override { return picker_; }
+  // Left presses from the covers, keys from the global-shortcuts portal where there is one.
+  InputMonitor* input() override { return &input_; }
   WindowSystem* windows() override { return nullptr; }
   // GNOME 43 shows no application a global key and has no global-shortcuts portal.
   ToggleShortcut* toggleShortcut() override { return shortcut_ ? &*shortcut_ : nullptr; }
@@ -80,9 +78,8 @@ class PortalDesktop final : public qt::QtDesktop {
   PortalSession session_;
   PortalTrust trust_;
   PortalInjector injector_;
-  NoPointer pickPointer_;
+  wayland::PickOverlay picker_{{}, wayland::PickOverlay::Reach::primaryScreen};
   std::optional<GnomeShortcut> shortcut_;
-  // input(): keys from the portal; no left-press source yet.
   std::optional<PortalShortcuts> keys_;
   CombinedInput input_;
   QObject context_;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstdint>
-#include <optional>
 #include <string>
 
 namespace vorrik::wlroots {
@@ -30,14 +28,6 @@ class SwayBinding {
   bool bound_ = false;
   std::string why_;
 };
-
-// One sway IPC request: the reply's payload, or nothing when the socket does not answer.
-// type 0 runs commands, 9 returns the loaded configuration.
-std::optional<std::string> swayRequest(const std::string& socketPath, std::uint32_t type,
-                                       const std::string& payload);
-
-// Whether a reply to a run-command request says that every command succeeded.
-bool swaySucceeded(const std::string& reply);
 
 // The line a user adds to a sway-style configuration to toggle runs with key.
 std::string bindingLine(const std::string& key, const std::string& command);

@@ -9,7 +9,7 @@
 #include <cstdlib>
 
 #include "platform/qt/QtDesktop.h"
-#include "platform/wlroots/PickOverlay.h"
+#include "platform/wayland/PickOverlay.h"
 #include "platform/wlroots/SwayBinding.h"
 #include "platform/wlroots/WlrootsInput.h"
 
@@ -52,7 +52,7 @@ class WlrootsDesktop final : public qt::QtDesktop {
  private:
   WlrootsTrust trust_;
   WlrootsInjector injector_;
-  PickOverlay picker_{env("SWAYSOCK")};
+  wayland::PickOverlay picker_{env("SWAYSOCK")};
   SwayBinding binding_;
 };
 

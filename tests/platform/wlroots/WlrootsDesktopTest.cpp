@@ -13,7 +13,8 @@
 #include <optional>
 
 #include "e2e/WaylandPeer.h"
-#include "platform/wlroots/PickOverlay.h"
+#include "platform/wayland/PickOverlay.h"
+#include "platform/wayland/SwayIpc.h"
 #include "platform/wlroots/SwayBinding.h"
 #include "platform/wlroots/WlrootsInput.h"
 
@@ -63,15 +64,20 @@ class WlrootsDesktopTest : public QObject {
       Act act = Act::click;
       ClickPoint at;
       std::optional<ClickPoint> want;
+      // An overlay for an injector that reaches the primary (left) output only.
+      bool primaryOnly = false;
     } cases[] = {{"left output", Act::click, {37, 61}, ClickPoint{37, 61}},
                  {"right output", Act::click, onRight, onRight},
                  {"on the panel", Act::click, {350, 250}, std::nullopt},
                  {"right button", Act::rightClick, {37, 61}, std::nullopt},
-                 {"Escape", Act::escape, {}, std::nullopt}};
+                 {"Escape", Act::escape, {}, std::nullopt},
+                 {"primary only, left", Act::click, {37, 61}, ClickPoint{37, 61}, true},
+                 {"primary only, right", Act::click, onRight, std::nullopt, true}};
     for (const auto& c : cases) {
+      wayland::PickOverlay& picker = c.primaryOnly ? primaryOnly_ : picker_;
       bool handled = false;
-      const auto handle = picker_.addLeftPressMonitor([&] { handled = true; });
-      QVERIFY2(QTest::qWaitFor([&] { return picker_.placed(); }, 10000), c.what);
+      const auto handle = picker.addLeftPressMonitor([&] { handled = true; });
+      QVERIFY2(QTest::qWaitFor([&] { return picker.placed(); }, 10000), c.what);
       QCOMPARE(floatingCovers(), 2);
       if (c.act == Act::escape) {
         QVERIFY(e2e::tapKey("Escape"));
@@ -79,12 +85,12 @@ class WlrootsDesktopTest : public QObject {
         click(c.act == Act::click ? MouseButton::left : MouseButton::right, c.at);
       }
       QVERIFY2(QTest::qWaitFor([&] { return handled; }, 10000), c.what);
-      const auto got = picker_.position();
+      const auto got = picker.position();
       QVERIFY2(got == c.want, qPrintable(QStringLiteral("%1: got %2 %3")
                                              .arg(c.what)
                                              .arg(got ? got->x : -1)
                                              .arg(got ? got->y : -1)));
-      picker_.remove(*handle);
+      picker.remove(*handle);
       QVERIFY2(QTest::qWaitFor([] { return floatingCovers() == 0; }, 10000), c.what);
     }
   }
@@ -150,13 +156,13 @@ class WlrootsDesktopTest : public QObject {
 
   static bool sway(const std::string& command) {
     const auto reply =
-        wlroots::swayRequest(qEnvironmentVariable("SWAYSOCK").toStdString(), 0, command);
-    return reply && wlroots::swaySucceeded(*reply);
+        wayland::swayRequest(qEnvironmentVariable("SWAYSOCK").toStdString(), 0, command);
+    return reply && wayland::swaySucceeded(*reply);
   }
 
   // How many pick covers sway shows floated, as the overlay asks it to.
   static int floatingCovers() {
-    const auto tree = wlroots::swayRequest(qEnvironmentVariable("SWAYSOCK").toStdString(), 4, {});
+    const auto tree = wayland::swayRequest(qEnvironmentVariable("SWAYSOCK").toStdString(), 4, {});
     int n = 0;
     const std::function<void(const QJsonObject&)> walk = [&](const QJsonObject& node) {
       n += node["name"].toString().startsWith("Vorrik pick") &&
@@ -174,7 +180,9 @@ class WlrootsDesktopTest : public QObject {
   }
 
   wlroots::WlrootsInjector& injector_;
-  wlroots::PickOverlay picker_{qEnvironmentVariable("SWAYSOCK").toStdString()};
+  wayland::PickOverlay picker_{qEnvironmentVariable("SWAYSOCK").toStdString()};
+  wayland::PickOverlay primaryOnly_{qEnvironmentVariable("SWAYSOCK").toStdString(),
+                                    wayland::PickOverlay::Reach::primaryScreen};
 };
 
 }  // namespace vorrik

@@ -15,21 +15,24 @@
 #include "platform/InputMonitor.h"
 #include "platform/Pointer.h"
 
-namespace vorrik::wlroots {
+namespace vorrik::wayland {
 
 // Point picking where clients cannot see the global pointer: while a left-press monitor is
 // installed, a translucent window covers every output and takes the next click itself. The
 // pointer half answers where that click landed, in output-layout pixels (the space the
-// injector moves the pointer in). Escape, a right click or a click where one of this process's
-// other windows lies (the panel, under the cover) cancels: the handler runs and the pointer
-// answers nothing. Keys cannot be observed here, so addKeyMonitor gives nothing.
-// Main thread only, once the QApplication exists.
+// injector moves the pointer in). Escape, a right click, a click where one of this process's
+// other windows lies (the panel, under the cover) or one the injector cannot reach cancels: the
+// handler runs and the pointer answers nothing. Keys cannot be observed here, so addKeyMonitor
+// gives nothing. Main thread only, once the QApplication exists.
 class PickOverlay final : public InputMonitor, public Pointer {
  public:
+  // Where the injector can click: on every output, or on the primary one alone.
+  enum class Reach { everyScreen, primaryScreen };
+
   // swaySocket: sway's IPC socket, or empty. With sway the covers float over the desktop,
   // which stays visible under the tint; elsewhere they are full-screen windows, which the
   // compositor may draw over black.
-  explicit PickOverlay(std::string swaySocket = {});
+  explicit PickOverlay(std::string swaySocket = {}, Reach reach = Reach::everyScreen);
   ~PickOverlay() override;
   PickOverlay(const PickOverlay&) = delete;
   PickOverlay& operator=(const PickOverlay&) = delete;
@@ -67,8 +70,11 @@ class PickOverlay final : public InputMonitor, public Pointer {
   [[nodiscard]] bool excluded(ClickPoint at) const;
 
   std::string swaySocket_;
+  Reach reach_;
   std::vector<Placed> covers_;
   std::vector<QRect> excluded_;
+  // The primary output while a pick with Reach::primaryScreen is pending.
+  std::optional<QRect> reachable_;
   QTimer retry_;
   bool settling_ = false;
   int tries_ = 0;
@@ -79,4 +85,4 @@ class PickOverlay final : public InputMonitor, public Pointer {
   std::optional<ClickPoint> last_;
 };
 
-}  // namespace vorrik::wlroots
+}  // namespace vorrik::wayland

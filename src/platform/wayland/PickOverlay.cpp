@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/wlroots/PickOverlay.h"
+#include "platform/wayland/PickOverlay.h"
 
 #include <unistd.h>
 
@@ -12,11 +12,12 @@
 #include <QPainter>
 #include <QScreen>
 
+#include <cmath>
 #include <utility>
 
-#include "platform/wlroots/SwayBinding.h"
+#include "platform/wayland/SwayIpc.h"
 
-namespace vorrik::wlroots {
+namespace vorrik::wayland {
 namespace {
 
 constexpr std::uint32_t kRunCommand = 0;
@@ -98,7 +99,8 @@ void windowsOf(const QJsonObject& node, qint64 pid, std::vector<std::pair<QStrin
 
 }  // namespace
 
-PickOverlay::PickOverlay(std::string swaySocket) : swaySocket_(std::move(swaySocket)) {
+PickOverlay::PickOverlay(std::string swaySocket, Reach reach)
+    : swaySocket_(std::move(swaySocket)), reach_(reach) {
   retry_.setInterval(kRetryMs);
   QObject::connect(&retry_, &QTimer::timeout, [this] { place(); });
 }
@@ -119,6 +121,10 @@ std::optional<InputMonitor::Handle> PickOverlay::addLeftPressMonitor(
   active_ = next_++;
   last_.reset();
   placed_ = false;
+  if (QScreen* primary = QGuiApplication::primaryScreen();
+      reach_ == Reach::primaryScreen && primary != nullptr) {
+    reachable_ = primary->geometry();
+  }
   const bool sway = !swaySocket_.empty() && swayRequest(swaySocket_, kGetTree, {}).has_value();
   int index = 0;
   for (QScreen* screen : QGuiApplication::screens()) {
@@ -201,6 +207,10 @@ void PickOverlay::place() {
 
 bool PickOverlay::excluded(ClickPoint at) const {
   const QPointF point(at.x, at.y);
+  // Rounded as the injector rounds a point before it moves there.
+  if (reachable_ && !QRectF(*reachable_).contains(std::round(at.x), std::round(at.y))) {
+    return true;
+  }
   for (const QRect& r : excluded_) {
     if (QRectF(r).contains(point)) {
       return true;
@@ -249,6 +259,7 @@ void PickOverlay::hide() {
   }
   covers_.clear();
   excluded_.clear();
+  reachable_.reset();
 }
 
-}  // namespace vorrik::wlroots
+}  // namespace vorrik::wayland
