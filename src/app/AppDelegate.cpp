@@ -50,7 +50,11 @@ QAction* addItem(QMenu* menu, std::string_view key, QAction::MenuRole role = QAc
 AppDelegate::AppDelegate(Services services, QObject* parent)
     : QObject(parent), services_(std::move(services)) {
   if (!services_.runAlert) {
-    services_.runAlert = &AppDelegate::runAlertModally;
+    // Over the panel while it shows: a desktop that places windows itself (GNOME on Wayland)
+    // puts a dialog of no window anywhere, even below the panel.
+    services_.runAlert = [this](const Alert& alert) {
+      return runAlertModally(alert, panel_ && panel_->isVisible() ? panel_.get() : nullptr);
+    };
   }
   if (!services_.trayAvailable) {
     services_.trayAvailable = &QSystemTrayIcon::isSystemTrayAvailable;
@@ -64,8 +68,8 @@ AppDelegate::~AppDelegate() {
   panel_.reset();
 }
 
-int AppDelegate::runAlertModally(const Alert& alert) {
-  QMessageBox box;
+int AppDelegate::runAlertModally(const Alert& alert, QWidget* parent) {
+  QMessageBox box(parent);
   box.setWindowTitle(productName());
   box.setIconPixmap(letterIcon().pixmap(64, 64));
   // The message in bold above its explanation, as alerts are laid out on every desktop.

@@ -67,8 +67,9 @@ class AppDelegate final : public QObject {
   explicit AppDelegate(Services services, QObject* parent = nullptr);
   ~AppDelegate() override;
 
-  // Shows alert with QMessageBox; closing it without a button answers as its last button.
-  static int runAlertModally(const Alert& alert);
+  // Shows alert with QMessageBox over parent (none: on its own); closing it without a button
+  // answers as its last button.
+  static int runAlertModally(const Alert& alert, QWidget* parent = nullptr);
   // The short version set on the application object, or "1.1" when there is none.
   static QString shortVersion();
 
