@@ -34,7 +34,8 @@ class PortalSession final : public QObject {
   Q_OBJECT
 
  public:
-  enum class State { idle, asking, started };
+  // lost: an event call failed on a started session; the main thread soon makes it idle.
+  enum class State { idle, asking, started, lost };
 
   // defaults keeps the restore token where the portal offers one (version 2 and later).
   PortalSession(DefaultsStore& defaults, unsigned version);
@@ -48,14 +49,14 @@ class PortalSession final : public QObject {
   // Where the session stands; any thread.
   [[nodiscard]] State state() const { return state_.load(); }
   // Called on the main thread when a started session ends without this process ending it (the
-  // user or the desktop revoked it); the next ask() asks again.
+  // user or the desktop revoked it, or an event call failed); the next ask() asks again.
   std::function<void()> onRevoked;
   // Called on the main thread when an ask ends: true when the session started.
   std::function<void(bool)> onAnswered;
 
   // Pointer events for the started session; each does nothing when it is not started, and
-  // returns once the portal has passed it on, so that events arrive in the order sent. Any
-  // thread.
+  // returns once the portal has passed it on, so that events arrive in the order sent. An error
+  // answer loses the session. Any thread.
   void pointerButton(int evdevButton, bool pressed);
   void pointerMotion(double dx, double dy);
 
@@ -70,6 +71,8 @@ class PortalSession final : public QObject {
   // Sends method with args as a portal request whose answer comes through onResponse.
   bool request(Step step, const QString& method, QVariantList args, QVariantMap options);
   void answered(bool started);
+  // Ends a session that broke without a Closed signal as if the desktop had revoked it.
+  void lose();
   void send(const QString& method, const QVariantList& args);
 
   QDBusConnection bus_;
