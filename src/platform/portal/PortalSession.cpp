@@ -34,7 +34,20 @@ PortalSession::PortalSession(DefaultsStore& defaults, unsigned version)
           QDBusConnection::SessionBus,
           QStringLiteral("vorrik-portal-%1").arg(reinterpret_cast<quintptr>(this)))),
       defaults_(defaults),
-      version_(version) {}
+      version_(version),
+      portals_(QString::fromLatin1(kPortalService), bus_,
+               QDBusServiceWatcher::WatchForUnregistration) {
+  // GNOME 43's portal keeps answering events with success after its GNOME half has died, and
+  // sends no Closed: the half's name leaving the bus is the only sign. A half that serves some
+  // other portal and dies costs a needless question at the next Start.
+  portals_.addWatchedService(QStringLiteral("org.freedesktop.impl.portal.desktop*"));
+  connect(&portals_, &QDBusServiceWatcher::serviceUnregistered, this, [this] {
+    if (state_.load() != State::idle) {
+      qCWarning(lcPortal) << "the portal left the bus; remote desktop lost";
+      lose();
+    }
+  });
+}
 
 PortalSession::~PortalSession() {
   const QString name = bus_.name();

@@ -6,6 +6,7 @@
 // closes. GNOME and KDE Plasma offer it; it is how an application clicks there.
 
 #include <QDBusConnection>
+#include <QDBusServiceWatcher>
 #include <QObject>
 #include <QString>
 #include <QVariantMap>
@@ -49,7 +50,7 @@ class PortalSession final : public QObject {
   // Where the session stands; any thread.
   [[nodiscard]] State state() const { return state_.load(); }
   // Called on the main thread when a started session ends without this process ending it (the
-  // user or the desktop revoked it, or an event call failed); the next ask() asks again.
+  // user or the desktop revoked it, or the portal lost it); the next ask() asks again.
   std::function<void()> onRevoked;
   // Called on the main thread when an ask ends: true when the session started.
   std::function<void(bool)> onAnswered;
@@ -85,6 +86,8 @@ class PortalSession final : public QObject {
   std::atomic<State> state_{State::idle};
   mutable std::mutex mutex_;
   QString session_;  // guarded by mutex_: the worker reads it
+  // The portal and the desktop's halves of it hold the session: one leaving the bus ends it.
+  QDBusServiceWatcher portals_;
 };
 
 }  // namespace vorrik::portal
