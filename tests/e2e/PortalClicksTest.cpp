@@ -3,14 +3,18 @@
 // the desktop's consent dialog refused with Escape and then accepted as a user would, through
 // gnome_hand (mutter's own input, which asks nobody); then real clicks through the portal into
 // a full-screen Qt Wayland window, at the cursor and at given points, counted and placed
-// exactly; a point picked through the desktop's overlay clicked there; last F6 through the
-// desktop's own shortcut, run by gsd-media-keys. Time bounds are
-// generous; bench/ measures precision.
+// exactly; a point picked through the desktop's overlay clicked there; F6 through the desktop's
+// own shortcut, run by gsd-media-keys; last a run whose session the desktop loses. Time bounds
+// are generous; bench/ measures precision.
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWindow>
+
+#include <csignal>
 
 #include <algorithm>
 #include <memory>
@@ -292,6 +296,44 @@ class PortalClicksTest : public QObject {
     QVERIFY(offered->remove());
     QVERIFY(!shortcut.installed());
     QCOMPARE(customShortcuts(), other);
+  }
+
+  void aRunStopsWhenTheDesktopsHalfOfThePortalDies() {
+    // Last, as it breaks the session. GNOME's half of the portal dies mid-run; the portal keeps
+    // answering events with success and sends no Closed.
+    handDo(QStringLiteral("move 333 222"));
+    QVERIFY(desktop_->trust().isTrusted(false));
+    seenFrom_ = receiver_->lines().size();
+    stops_.clear();
+    engine_->clickType = ClickType::left;
+    engine_->intervalMs = 200;
+    engine_->maxClicks = 0;
+    engine_->points.assign(std::vector<ClickPoint>{});
+    engine_->start();
+    QTRY_VERIFY_WITH_TIMEOUT(seen().size() >= 4, kTimeoutMs);
+    // Found through this session's own bus: other sessions on the machine have one too.
+    const uint pid = QDBusConnection::sessionBus()
+                         .interface()
+                         ->servicePid(QStringLiteral("org.freedesktop.impl.portal.desktop.gnome"))
+                         .value();
+    QVERIFY(pid > 0);
+    const std::int64_t before = engine_->sessionClicks();
+    QCOMPARE(::kill(static_cast<pid_t>(pid), SIGKILL), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(!engine_->running(), kTimeoutMs);
+    QCOMPARE(stops_, std::vector<std::string>{L::t("rd_needed")});
+    // The click in progress, and one that began before the news arrived.
+    QVERIFY2(engine_->sessionClicks() - before <= 2, "no clicks counted into the void");
+    // The next Start asks the desktop again. The portal starts a new GNOME half for that ask,
+    // which may answer before it serves remote desktops: the user's next Start asks then.
+    for (int attempt = 0; attempt < 3 && receiver_->last(kFocus) == QStringLiteral("focus");
+         ++attempt) {
+      engine_->start();
+      QVERIFY(!engine_->running());
+      (void)QTest::qWaitFor([this] { return receiver_->last(kFocus) == QStringLiteral("blur"); },
+                            5000);
+    }
+    waitForDialog();
+    refuse();
   }
 
  private:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/portal/PortalSession.h"
 
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusPendingCall>
@@ -33,7 +34,20 @@ PortalSession::PortalSession(DefaultsStore& defaults, unsigned version)
           QDBusConnection::SessionBus,
           QStringLiteral("vorrik-portal-%1").arg(reinterpret_cast<quintptr>(this)))),
       defaults_(defaults),
-      version_(version) {}
+      version_(version),
+      portals_(QString::fromLatin1(kPortalService), bus_,
+               QDBusServiceWatcher::WatchForUnregistration) {
+  // GNOME 43's portal keeps answering events with success after its GNOME half has died, and
+  // sends no Closed: the half's name leaving the bus is the only sign. A half that serves some
+  // other portal and dies costs a needless question at the next Start.
+  portals_.addWatchedService(QStringLiteral("org.freedesktop.impl.portal.desktop*"));
+  connect(&portals_, &QDBusServiceWatcher::serviceUnregistered, this, [this] {
+    if (state_.load() != State::idle) {
+      qCWarning(lcPortal) << "the portal left the bus; remote desktop lost";
+      lose();
+    }
+  });
+}
 
 PortalSession::~PortalSession() {
   const QString name = bus_.name();
@@ -151,14 +165,18 @@ void PortalSession::onResponse(uint response, const QVariantMap& results) {
 }
 
 void PortalSession::onClosed(const QVariantMap& /*details*/) {
-  const bool wasStarted = state_.load() == State::started;
   {
     // Gone already: nothing to close.
     std::lock_guard lock(mutex_);
     session_.clear();
   }
+  lose();
+}
+
+void PortalSession::lose() {
+  const State state = state_.load();
   answered(false);
-  if (wasStarted && onRevoked) {
+  if ((state == State::started || state == State::lost) && onRevoked) {
     onRevoked();
   }
 }
@@ -200,7 +218,32 @@ void PortalSession::send(const QString& method, const QVariantList& args) {
   // The portal handles each call on a thread of its own, so two calls sent back to back may
   // reach the desktop in either order (a press overtook the motion before it in about one
   // click in five, measured); only a call it has answered is known to have been passed on.
-  bus_.call(call, QDBus::Block, kEventTimeoutMs);
+  const QDBusMessage reply = bus_.call(call, QDBus::Block, kEventTimeoutMs);
+  // A late answer says nothing of the event, which may well have arrived: a loaded desktop would
+  // otherwise ask the user again. Any other error means the portal no longer knows the session.
+  if (reply.type() != QDBusMessage::ErrorMessage ||
+      reply.errorName() == QDBusError::errorString(QDBusError::NoReply) ||
+      reply.errorName() == QDBusError::errorString(QDBusError::Timeout)) {
+    return;
+  }
+  {
+    // Under the lock, so that an answer about an earlier session never loses a newer one.
+    std::lock_guard lock(mutex_);
+    State expected = State::started;
+    if (session_ != session || !state_.compare_exchange_strong(expected, State::lost)) {
+      return;
+    }
+  }
+  qCWarning(lcPortal) << "remote desktop lost:" << reply.errorName() << reply.errorMessage();
+  // Queued to the session itself, so nothing runs once it is gone.
+  QMetaObject::invokeMethod(
+      this,
+      [this] {
+        if (state_.load() == State::lost) {
+          lose();
+        }
+      },
+      Qt::QueuedConnection);
 }
 
 void PortalSession::pointerButton(int evdevButton, bool pressed) {

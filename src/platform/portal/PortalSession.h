@@ -6,6 +6,7 @@
 // closes. GNOME and KDE Plasma offer it; it is how an application clicks there.
 
 #include <QDBusConnection>
+#include <QDBusServiceWatcher>
 #include <QObject>
 #include <QString>
 #include <QVariantMap>
@@ -34,7 +35,8 @@ class PortalSession final : public QObject {
   Q_OBJECT
 
  public:
-  enum class State { idle, asking, started };
+  // lost: an event call failed on a started session; the main thread soon makes it idle.
+  enum class State { idle, asking, started, lost };
 
   // defaults keeps the restore token where the portal offers one (version 2 and later).
   PortalSession(DefaultsStore& defaults, unsigned version);
@@ -48,14 +50,14 @@ class PortalSession final : public QObject {
   // Where the session stands; any thread.
   [[nodiscard]] State state() const { return state_.load(); }
   // Called on the main thread when a started session ends without this process ending it (the
-  // user or the desktop revoked it); the next ask() asks again.
+  // user or the desktop revoked it, or the portal lost it); the next ask() asks again.
   std::function<void()> onRevoked;
   // Called on the main thread when an ask ends: true when the session started.
   std::function<void(bool)> onAnswered;
 
   // Pointer events for the started session; each does nothing when it is not started, and
-  // returns once the portal has passed it on, so that events arrive in the order sent. Any
-  // thread.
+  // returns once the portal has passed it on, so that events arrive in the order sent. An error
+  // answer loses the session. Any thread.
   void pointerButton(int evdevButton, bool pressed);
   void pointerMotion(double dx, double dy);
 
@@ -70,6 +72,8 @@ class PortalSession final : public QObject {
   // Sends method with args as a portal request whose answer comes through onResponse.
   bool request(Step step, const QString& method, QVariantList args, QVariantMap options);
   void answered(bool started);
+  // Ends a session that broke without a Closed signal as if the desktop had revoked it.
+  void lose();
   void send(const QString& method, const QVariantList& args);
 
   QDBusConnection bus_;
@@ -82,6 +86,8 @@ class PortalSession final : public QObject {
   std::atomic<State> state_{State::idle};
   mutable std::mutex mutex_;
   QString session_;  // guarded by mutex_: the worker reads it
+  // The portal and the desktop's halves of it hold the session: one leaving the bus ends it.
+  QDBusServiceWatcher portals_;
 };
 
 }  // namespace vorrik::portal
