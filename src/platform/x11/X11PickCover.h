@@ -41,7 +41,8 @@ class X11PickCover final : public InputMonitor, public Pointer {
   std::optional<Handle> addLeftPressMonitor(std::function<void()> handler) override;
   void remove(Handle handle) override;
 
-  // Where the last pick landed; nothing after a cancel or before any pick.
+  // Where the last pick landed (or, while one is pending, the pointer last was over the cover);
+  // nothing after a cancel or before any pick.
   std::optional<ClickPoint> position() override { return last_; }
 
  private:
