@@ -19,6 +19,8 @@ VORRIK_TEST_PACKAGES=(
   # Headless GNOME Shell with its desktop portal, for the portal backend (about 400 MiB).
   gnome-shell mutter xdg-desktop-portal xdg-desktop-portal-gnome pipewire dbus-daemon dbus-bin
   libglib2.0-bin fuse3 gnome-settings-daemon
+  # Its Xwayland, which picking there uses.
+  xwayland
   # Screenshots of that session (scripts/screenshot --gnome).
   wireplumber gstreamer1.0-pipewire gstreamer1.0-tools
 )

@@ -1,30 +1,33 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Runs a command on a private headless GNOME Shell (Wayland only) with its desktop portal, then
-# stops everything.
-#   with-gnome.sh [--hand PATH] [--size WxH] [--media-keys] -- command args...
+# Runs a command on a private headless GNOME Shell (Wayland, with Xwayland as a desktop session
+# has it) with its desktop portal, then stops everything.
+#   with-gnome.sh [--hand PATH] [--size WxH] [--media-keys] [--no-x11] -- command args...
 # The command runs inside a private D-Bus session with a private HOME, XDG_RUNTIME_DIR and
 # system bus, and finds WAYLAND_DISPLAY, XDG_CURRENT_DESKTOP=GNOME, the running PipeWire and
 # the RemoteDesktop portal answering. --hand names the gnome_hand test program, used to leave
 # the overview the shell starts in; without it the overview stays open. --media-keys also runs
-# gsd-media-keys, which runs the custom keyboard shortcuts. DISPLAY is unset.
+# gsd-media-keys, which runs the custom keyboard shortcuts. DISPLAY and XAUTHORITY name the
+# shell's Xwayland; --no-x11 starts none and leaves DISPLAY unset.
 set -euo pipefail
 
 size="1280x800"
 hand=""
 media_keys=""
+no_x11=""
 while [ $# -gt 0 ]; do
   case "$1" in
     --hand) hand="$2"; shift 2 ;;
     --size) size="$2"; shift 2 ;;
     --media-keys) media_keys=1; shift ;;
+    --no-x11) no_x11=1; shift ;;
     --) shift; break ;;
     *) break ;;
   esac
 done
 [ $# -gt 0 ] || { echo "usage: $0 [--hand PATH] [--size WxH] -- command..." >&2; exit 2; }
 
-for tool in dbus-run-session dbus-daemon gnome-shell pipewire gdbus fusermount3; do
+for tool in dbus-run-session dbus-daemon gnome-shell pipewire gdbus fusermount3 Xwayland xdpyinfo; do
   command -v "$tool" >/dev/null || { echo "$tool is not installed (run scripts/test once)" >&2; exit 1; }
 done
 portal=/usr/libexec/xdg-desktop-portal
@@ -37,7 +40,8 @@ done
 # Everything below runs once more inside its own session bus.
 if [ -z "${VORRIK_GNOME_INNER:-}" ]; then
   export VORRIK_GNOME_INNER=1
-  exec dbus-run-session -- "$0" --hand "$hand" --size "$size" ${media_keys:+--media-keys} -- "$@"
+  exec dbus-run-session -- "$0" --hand "$hand" --size "$size" ${media_keys:+--media-keys} \
+    ${no_x11:+--no-x11} -- "$@"
 fi
 unset VORRIK_GNOME_INNER
 
@@ -82,7 +86,7 @@ export XDG_CONFIG_HOME="$HOME/.config" XDG_DATA_HOME="$HOME/.local/share" XDG_CA
 mkdir -p "$HOME" "$XDG_RUNTIME_DIR" "$XDG_CONFIG_HOME"
 chmod 700 "$XDG_RUNTIME_DIR"
 export XDG_CURRENT_DESKTOP=GNOME XDG_SESSION_TYPE=wayland XDG_SESSION_DESKTOP=gnome
-unset DISPLAY WAYLAND_DISPLAY
+unset DISPLAY WAYLAND_DISPLAY XAUTHORITY
 # No accessibility bus, no GVfs daemons: nothing here needs them and they only slow start-up.
 export NO_AT_BRIDGE=1 GTK_A11Y=none GIO_USE_VFS=local
 
@@ -104,9 +108,10 @@ dbus-update-activation-environment HOME XDG_RUNTIME_DIR XDG_CONFIG_HOME XDG_DATA
   GTK_A11Y GIO_USE_VFS 2>/dev/null || true
 
 wayland="wayland-vorrik-$$"
-gnome-shell --headless --wayland --no-x11 --wayland-display "$wayland" \
+gnome-shell --headless --wayland ${no_x11:+--no-x11} --wayland-display "$wayland" \
   --virtual-monitor "$size" >"$tmp/gnome-shell.log" 2>&1 &
-pids+=($!)
+shell=$!
+pids+=($shell)
 until_ok 60 test -S "$XDG_RUNTIME_DIR/$wayland" || fail "gnome-shell did not start"
 export WAYLAND_DISPLAY="$wayland"
 has_name() {
@@ -115,6 +120,27 @@ has_name() {
 }
 until_ok 60 has_name org.gnome.Mutter.RemoteDesktop || fail "gnome-shell offers no remote desktop"
 dbus-update-activation-environment WAYLAND_DISPLAY 2>/dev/null || true
+
+# The shell starts its Xwayland on a free display with a cookie of its own; without gnome-session
+# nobody passes them on, so read them from the server's command line.
+xwayland_args() {
+  local proc
+  for proc in /proc/[0-9]*; do
+    [ "$(cat "$proc/comm" 2>/dev/null)" = Xwayland ] || continue
+    [ "$(cut -d' ' -f4 "$proc/stat" 2>/dev/null)" = "$shell" ] || continue
+    tr '\0' '\n' <"$proc/cmdline"
+    return 0
+  done
+  return 1
+}
+if [ -z "$no_x11" ]; then
+  until_ok 30 xwayland_args || fail "gnome-shell started no Xwayland"
+  x11_args=$(xwayland_args)
+  DISPLAY=$(grep -m1 '^:' <<<"$x11_args")
+  XAUTHORITY=$(grep -A1 -x -- -auth <<<"$x11_args" | tail -n 1)
+  export DISPLAY XAUTHORITY
+  until_ok 30 xdpyinfo || fail "Xwayland on $DISPLAY does not answer"
+fi
 
 # The shell starts in the overview; Escape leaves it.
 if [ -n "$hand" ]; then

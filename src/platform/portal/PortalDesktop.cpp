@@ -14,6 +14,7 @@
 #include "platform/portal/PortalShortcuts.h"
 #include "platform/qt/QtDesktop.h"
 #include "platform/wayland/PickOverlay.h"
+#include "platform/x11/X11PickCover.h"
 
 namespace vorrik::portal {
 namespace {
@@ -36,7 +37,14 @@ class PortalDesktop final : public qt::QtDesktop {
  public:
   explicit PortalDesktop(unsigned version)
       : session_(defaults(), version), trust_(session_), injector_(session_) {
-    input_.setLeftPressSource(&picker_);
+    // Xwayland's cover shows the desktop under its tint and knows exact root coordinates; the
+    // Wayland overlay, which GNOME draws over black, is for sessions without Xwayland.
+    if (cover_) {
+      input_.setLeftPressSource(cover_.get());
+    } else {
+      overlay_.emplace(std::string{}, wayland::PickOverlay::Reach::primaryScreen);
+      input_.setLeftPressSource(&*overlay_);
+    }
     // F6: the desktop's global-shortcuts portal where it has one (KDE Plasma, newer GNOME);
     // else, on GNOME 43, GNOME's own custom shortcut, offered to the user.
     if (portalVersion(kGlobalShortcuts)) {
@@ -52,10 +60,12 @@ class PortalDesktop final : public qt::QtDesktop {
 
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
-  // Picks through full-screen covers: a point there is in the layout pixels the injector moves
-  // in, and a pick off the primary screen, which the injector cannot reach, takes no point.
-  Pointer& pickPointer() override { return picker_; }
-  // Left presses from the covers, keys from the global-shortcuts portal where there is one.
+  // Picks through a cover: a point there is in the layout pixels the injector moves in, and a
+  // pick off the primary screen, which the injector cannot reach, takes no point.
+  Pointer& pickPointer() override {
+    return cover_ ? static_cast<Pointer&>(*cover_) : static_cast<Pointer&>(*overlay_);
+  }
+  // Left presses from the cover, keys from the global-shortcuts portal where there is one.
   InputMonitor* input() override { return &input_; }
   WindowSystem* windows() override { return nullptr; }
   // GNOME 43 shows no application a global key and has no global-shortcuts portal.
@@ -78,7 +88,8 @@ class PortalDesktop final : public qt::QtDesktop {
   PortalSession session_;
   PortalTrust trust_;
   PortalInjector injector_;
-  wayland::PickOverlay picker_{{}, wayland::PickOverlay::Reach::primaryScreen};
+  std::unique_ptr<x11::X11PickCover> cover_ = x11::X11PickCover::open();
+  std::optional<wayland::PickOverlay> overlay_;
   std::optional<GnomeShortcut> shortcut_;
   std::optional<PortalShortcuts> keys_;
   CombinedInput input_;
