@@ -3,6 +3,7 @@
 
 #include <QApplication>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPointer>
 #include <QWidget>
@@ -72,6 +73,14 @@ bool PointPicker::eventFilter(QObject* watched, QEvent* event) {
   if (filtering_ && event->type() == QEvent::MouseButtonPress &&
       static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton) {
     capture();
+  }
+  // Escape cancels wherever the keyboard stays with this application during a pick (a cover
+  // that cannot take the keyboard leaves it with the panel); it is not passed on.
+  if (filtering_ && event->type() == QEvent::KeyPress &&
+      static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
+    end();
+    done_(std::nullopt);
+    return true;
   }
   return QObject::eventFilter(watched, event);
 }

@@ -17,7 +17,8 @@ namespace vorrik::ui {
 // Picks one click point at a time. Armed, it waits for the next left press: anywhere on the
 // display (a global monitor) or on one of this application's own windows (an in-process filter
 // that sees the press before the control under it does), whichever comes first. That press
-// ends both, and the pick reports where the pointer is then.
+// ends both, and the pick reports where the pointer is then. Escape typed into this
+// application ends the pick with nothing.
 class PointPicker : public QObject {
   Q_OBJECT
 

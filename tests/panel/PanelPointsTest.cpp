@@ -108,8 +108,12 @@ class PanelPointsTest : public QObject {
     }
   }
 
-  void withoutAScreenThePickEndsEmptyHanded() {
+  void withoutAScreenOrWithEscapeThePickEndsEmptyHanded() {
     Rig rig;
+    rig.click(rig.ui().addPointBtn);
+    QTest::keyClick(rig.panel.get(), Qt::Key_Escape);
+    QCOMPARE(rig.ui().status->text(), "Ready");
+    QVERIFY(rig.input.leftPressMonitors().empty());
     pick(rig, std::nullopt);
     QCOMPARE(rig.ui().status->text(), "Ready");
     QVERIFY(rig.engine().points.empty());
