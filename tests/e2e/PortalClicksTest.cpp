@@ -273,13 +273,7 @@ class PortalClicksTest : public QObject {
     QVERIFY(offered->installed());
     QCOMPARE(customShortcuts(), QStringLiteral("['%1', '%2']").arg(kOther, kVorrik));
 
-    handDo(QStringLiteral("move 333 222"));
-    seenFrom_ = receiver_->lines().size();
-    stops_.clear();
-    engine_->clickType = ClickType::left;
-    engine_->intervalMs = 200;
-    engine_->maxClicks = 0;
-    engine_->points.assign(std::vector<ClickPoint>{});
+    cursorRunFromHere();
     // gsd-media-keys takes the new shortcut from the settings a moment later.
     for (int attempt = 0; attempt < 10 && !engine_->running(); ++attempt) {
       handDo(QStringLiteral("key F6"));
@@ -299,14 +293,8 @@ class PortalClicksTest : public QObject {
   void aRunStopsWhenTheDesktopsHalfOfThePortalDies() {
     // Last, as it breaks the session. GNOME's half of the portal dies mid-run; the portal keeps
     // answering events with success and sends no Closed.
-    handDo(QStringLiteral("move 333 222"));
     QVERIFY(desktop_->trust().isTrusted(false));
-    seenFrom_ = receiver_->lines().size();
-    stops_.clear();
-    engine_->clickType = ClickType::left;
-    engine_->intervalMs = 200;
-    engine_->maxClicks = 0;
-    engine_->points.assign(std::vector<ClickPoint>{});
+    cursorRunFromHere();
     engine_->start();
     QTRY_VERIFY_WITH_TIMEOUT(seen().size() >= 4, kTimeoutMs);
     // Found through this session's own bus: other sessions on the machine have one too.
@@ -340,6 +328,18 @@ class PortalClicksTest : public QObject {
     const std::size_t before = hand_->count(QStringLiteral("ok"));
     hand_->write(command);
     QTRY_VERIFY_WITH_TIMEOUT(hand_->count(QStringLiteral("ok")) == before + 1, kTimeoutMs);
+  }
+
+  // Left clicks at the pointer, moved to 333,222, every 200 ms without a limit; what the
+  // receiver sees is counted from now.
+  void cursorRunFromHere() {
+    handDo(QStringLiteral("move 333 222"));
+    seenFrom_ = receiver_->lines().size();
+    stops_.clear();
+    engine_->clickType = ClickType::left;
+    engine_->intervalMs = 200;
+    engine_->maxClicks = 0;
+    engine_->points.assign(std::vector<ClickPoint>{});
   }
 
   // The dialog takes the keyboard from the receiver when it opens, and gives it back.
