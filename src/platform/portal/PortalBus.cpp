@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/portal/PortalBus.h"
 
+#include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
 #include <QLatin1Char>
 
@@ -18,6 +19,36 @@ QString requestPath(const QDBusConnection& bus, const QString& token) {
   sender.replace(QLatin1Char('.'), QLatin1Char('_'));
   return QString::fromLatin1(kPortalObject) + QStringLiteral("/request/") + sender +
          QLatin1Char('/') + token;
+}
+
+QString sendRequest(QDBusConnection& bus, const QString& interface, const QString& method,
+                    QVariantList args, const QString& token, QObject* receiver,
+                    const char* responseSlot, std::function<void(const QDBusError&)> failed) {
+  // The portal answers on an object whose path follows from our bus name and the token; listening
+  // there before calling means no answer is missed. QtDBus connects signals by slot signature.
+  QString path = requestPath(bus, token);
+  bus.connect(QString::fromLatin1(kPortalService), path, QString::fromLatin1(kRequestInterface),
+              QStringLiteral("Response"), receiver, responseSlot);
+  QVariantMap options = args.takeLast().toMap();
+  options.insert(QStringLiteral("handle_token"), token);
+  args.append(options);
+  QDBusMessage call = portalCall(interface, method);
+  call.setArguments(args);
+  auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call), receiver);
+  QObject::connect(watcher, &QDBusPendingCallWatcher::finished, receiver,
+                   [failed = std::move(failed)](QDBusPendingCallWatcher* done) {
+                     done->deleteLater();
+                     if (done->isError()) {
+                       failed(done->error());
+                     }
+                   });
+  return path;
+}
+
+void forgetRequest(QDBusConnection& bus, const QString& path, QObject* receiver,
+                   const char* responseSlot) {
+  bus.disconnect(QString::fromLatin1(kPortalService), path, QString::fromLatin1(kRequestInterface),
+                 QStringLiteral("Response"), receiver, responseSlot);
 }
 
 std::optional<unsigned> portalVersion(const char* interface) {

@@ -5,10 +5,12 @@
 // request, and which of its interfaces it offers.
 
 #include <QDBusConnection>
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QLoggingCategory>
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 namespace vorrik::portal {
@@ -26,6 +28,18 @@ QDBusMessage portalCall(const QString& interface, const QString& method);
 // The object on which the portal answers a request sent on bus with handle_token token; known
 // before the call, so that its Response can be listened for first.
 QString requestPath(const QDBusConnection& bus, const QString& token);
+
+// Sends method of interface as a portal request whose options (the last of args) carry
+// handle_token token. The request's Response is connected to receiver's responseSlot (a SLOT()
+// signature) before the call, so none is missed; failed runs on receiver's thread when the call
+// itself fails. Returns the request's object path.
+QString sendRequest(QDBusConnection& bus, const QString& interface, const QString& method,
+                    QVariantList args, const QString& token, QObject* receiver,
+                    const char* responseSlot, std::function<void(const QDBusError&)> failed);
+
+// Stops listening for the Response of the request at path.
+void forgetRequest(QDBusConnection& bus, const QString& path, QObject* receiver,
+                   const char* responseSlot);
 
 // The version of the portal's interface on the session bus, or nothing when no portal offers
 // it. Safe before the QCoreApplication exists.

@@ -13,7 +13,6 @@
 namespace vorrik::portal {
 namespace {
 
-const QString kRequest = QString::fromLatin1(kRequestInterface);
 const QString kSession = QString::fromLatin1(kSessionInterface);
 constexpr const char* kRestoreTokenKey = "portalRestoreToken";
 // A desktop that does not answer an event within this is not clicking anyway.
@@ -78,34 +77,23 @@ void PortalSession::ask(const QString& parentWindow) {
 }
 
 bool PortalSession::request(Step step, const QString& method, QVariantList args,
-                            QVariantMap options) {
-  // The portal answers on a request object whose path follows from our bus name and a token
-  // of our choosing; listening there before calling means no answer is missed.
-  const QString token = QStringLiteral("vorrik%1").arg(++counter_);
-  requestPath_ = requestPath(bus_, token);
-  // QtDBus connects signals by slot signature only.
-  bus_.connect(QString::fromLatin1(kPortalService), requestPath_, kRequest,
-               QStringLiteral("Response"), this, SLOT(onResponse(uint, QVariantMap)));
+                            const QVariantMap& options) {
   step_ = step;
-  options.insert(QStringLiteral("handle_token"), token);
-  QDBusMessage call = portalCall(QString::fromLatin1(kRemoteDesktop), method);
   args.append(options);
-  call.setArguments(args);
-  auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
-  connect(watcher, &QDBusPendingCallWatcher::finished, this,
-          [this, step](QDBusPendingCallWatcher* done) {
-            done->deleteLater();
-            if (done->isError() && step_ == step) {
-              qCWarning(lcPortal) << "portal request failed:" << done->error().message();
-              answered(false);
-            }
-          });
+  requestPath_ =
+      sendRequest(bus_, QString::fromLatin1(kRemoteDesktop), method, std::move(args),
+                  QStringLiteral("vorrik%1").arg(++counter_), this,
+                  SLOT(onResponse(uint, QVariantMap)), [this, step](const QDBusError& e) {
+                    if (step_ == step) {
+                      qCWarning(lcPortal) << "portal request failed:" << e.message();
+                      answered(false);
+                    }
+                  });
   return true;
 }
 
 void PortalSession::onResponse(uint response, const QVariantMap& results) {
-  bus_.disconnect(QString::fromLatin1(kPortalService), requestPath_, kRequest,
-                  QStringLiteral("Response"), this, SLOT(onResponse(uint, QVariantMap)));
+  forgetRequest(bus_, requestPath_, this, SLOT(onResponse(uint, QVariantMap)));
   const Step step = std::exchange(step_, Step::none);
   if (response != 0) {
     // 1: the user refused; 2: the desktop ended the dialog some other way.

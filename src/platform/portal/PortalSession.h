@@ -70,7 +70,7 @@ class PortalSession final : public QObject {
  private:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
   enum class Step { none, create, select, start };
   // Sends method with args as a portal request whose answer comes through onResponse.
-  bool request(Step step, const QString& method, QVariantList args, QVariantMap options);
+  bool request(Step step, const QString& method, QVariantList args, const QVariantMap& options);
   void answered(bool started);
   // Ends a session that broke without a Closed signal as if the desktop had revoked it.
   void lose();

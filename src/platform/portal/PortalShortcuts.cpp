@@ -43,7 +43,6 @@ bool keeps(const QVariantMap& results, const QString& id) {
 }
 
 const QString kShortcuts = QString::fromLatin1(kGlobalShortcuts);
-const QString kRequest = QString::fromLatin1(kRequestInterface);
 const QString kSession = QString::fromLatin1(kSessionInterface);
 
 // Request and session tokens: the process's shared connection has one namespace of them.
@@ -89,31 +88,18 @@ void PortalShortcuts::remove(Handle handle) {
 }
 
 void PortalShortcuts::request(Step step, const QString& method, QVariantList args) {
-  // As for every portal request: listen where the answer will come before asking.
-  const QString token = nextToken();
-  requestPath_ = requestPath(bus_, token);
-  bus_.connect(QString::fromLatin1(kPortalService), requestPath_, kRequest,
-               QStringLiteral("Response"), this, SLOT(onResponse(uint, QVariantMap)));
   step_ = step;
-  // The options come last in every request; handle_token goes in there.
-  QVariantMap options = args.takeLast().toMap();
-  options.insert(QStringLiteral("handle_token"), token);
-  args.append(options);
-  QDBusMessage call = portalCall(kShortcuts, method);
-  call.setArguments(args);
-  auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
-  connect(watcher, &QDBusPendingCallWatcher::finished, this,
-          [this, step](QDBusPendingCallWatcher* done) {
-            done->deleteLater();
-            if (done->isError() && step_ == step) {
-              fail(QStringLiteral("the desktop failed the request: ") + done->error().message());
-            }
-          });
+  requestPath_ =
+      sendRequest(bus_, kShortcuts, method, std::move(args), nextToken(), this,
+                  SLOT(onResponse(uint, QVariantMap)), [this, step](const QDBusError& e) {
+                    if (step_ == step) {
+                      fail(QStringLiteral("the desktop failed the request: ") + e.message());
+                    }
+                  });
 }
 
 void PortalShortcuts::onResponse(uint response, const QVariantMap& results) {
-  bus_.disconnect(QString::fromLatin1(kPortalService), requestPath_, kRequest,
-                  QStringLiteral("Response"), this, SLOT(onResponse(uint, QVariantMap)));
+  forgetRequest(bus_, requestPath_, this, SLOT(onResponse(uint, QVariantMap)));
   if (response != 0) {
     // 1: the user refused; 2: the desktop ended the dialog some other way.
     fail(QStringLiteral("the desktop refused it (response %1)").arg(response));
