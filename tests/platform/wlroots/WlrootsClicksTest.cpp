@@ -1,44 +1,28 @@
 // SPDX-License-Identifier: MIT
 // Real clicks on a private headless sway: the engine with its real timer thread and pauses
 // clicks through a virtual pointer into another client's full-screen Qt window, which prints
-// what Qt made of every event. Time bounds are generous; bench/ measures precision.
+// what Qt made of every event.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
-#include <thread>
 
 #include "e2e/WaylandPeer.h"
-#include "engine/ClickEngine.h"
-#include "platform/fake/FakeMainQueue.h"
-#include "platform/posix/PosixServices.h"
+#include "platform/EngineOnServer.h"
 #include "platform/wlroots/WlrootsInput.h"
 
 namespace vorrik {
 namespace {
 
 using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
 using e2e::WaylandButton;
 
-class WlrootsClicks : public ::testing::Test {
+class WlrootsClicks : public test::EngineOnServer<wlroots::WlrootsTrust, wlroots::WlrootsInjector> {
  protected:
   void SetUp() override {
     ASSERT_TRUE(receiver.ready())
         << "needs a compositor: run through scripts/sessions/with-sway.sh";
     ASSERT_TRUE(injector.connected());
-    engine.onTick = [this](std::int64_t n) { lastTick = n; };
-    engine.onStop = [this](const std::optional<std::string>& r) { stopText = r.value_or("-"); };
-  }
-
-  template <typename Pred>
-  void pumpUntil(Pred pred) {
-    const auto deadline = Clock::now() + 20s;
-    while (!pred() && Clock::now() < deadline) {
-      queue.drain();
-      std::this_thread::sleep_for(1ms);
-    }
-    ASSERT_TRUE(pred());
   }
 
   void runToTheEnd() {
@@ -66,18 +50,8 @@ class WlrootsClicks : public ::testing::Test {
     return out;
   }
 
-  // First: a headless seat has a pointer only once a virtual one exists, and a client that
-  // starts before that sees the first click only after it has bound the new pointer.
-  wlroots::WlrootsInjector injector;
+  // After the base's injector, whose virtual pointer it must find.
   e2e::WaylandReceiver receiver{VORRIK_WAYLAND_RECEIVER};
-  fake::FakeMainQueue queue;
-  wlroots::WlrootsTrust trust;
-  posix::MonotonicSleeper sleeper;
-  posix::SystemRandom random;
-  ClickEngine engine{{queue, trust, injector, sleeper, random},
-                     std::make_unique<posix::WorkerTimer>()};
-  std::int64_t lastTick = 0;
-  std::optional<std::string> stopText;
 };
 
 TEST_F(WlrootsClicks, LeftClicksVisitThePointsInOrderAndStopAtTheCount) {

@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Real clicks on a private X server: the engine with its real timer thread, pauses and X11
 // backends clicks into a window of this process that covers the screen and records every
-// button event. Time bounds are generous; bench/ measures precision.
+// button event.
 #include <gtest/gtest.h>
 
-#include <thread>
 #include <utility>
 
-#include "engine/ClickEngine.h"
-#include "platform/fake/FakeDesktop.h"
-#include "platform/posix/PosixServices.h"
+#include "platform/EngineOnServer.h"
 #include "platform/x11/X11Input.h"
 
 // Last: Xlib's macros clash with names in the headers above.
@@ -19,39 +16,17 @@ namespace vorrik {
 namespace {
 
 using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
 
 using e2e::Button;
 using e2e::Receiver;
 
-class X11Clicks : public ::testing::Test {
+class X11Clicks : public test::EngineOnServer<x11::X11Trust, x11::X11Injector> {
  protected:
   void SetUp() override {
     ASSERT_TRUE(receiver.ready()) << "needs an X server: run through scripts/sessions/with-xvfb.sh";
-    engine.onTick = [this](std::int64_t n) { lastTick = n; };
-    engine.onStop = [this](const std::optional<std::string>& r) { stopText = r.value_or("-"); };
-  }
-
-  template <typename Pred>
-  void pumpUntil(Pred pred) {
-    const auto deadline = Clock::now() + 20s;
-    while (!pred() && Clock::now() < deadline) {
-      queue.drain();
-      std::this_thread::sleep_for(1ms);
-    }
-    ASSERT_TRUE(pred());
   }
 
   Receiver receiver;
-  fake::FakeMainQueue queue;
-  x11::X11Trust trust;
-  x11::X11Injector injector;
-  posix::MonotonicSleeper sleeper;
-  posix::SystemRandom random;
-  ClickEngine engine{{queue, trust, injector, sleeper, random},
-                     std::make_unique<posix::WorkerTimer>()};
-  std::int64_t lastTick = 0;
-  std::optional<std::string> stopText;
 };
 
 TEST_F(X11Clicks, LeftClicksVisitThePointsInOrderAndStopAtTheCount) {
