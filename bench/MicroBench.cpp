@@ -41,7 +41,11 @@ class NullInjector final : public EventInjector {
                                  std::optional<ClickPoint> at) override {
     return MouseEvent{action, button, at, 1};
   }
-  void post(const MouseEvent& event) override { benchmark::DoNotOptimize(event); }
+  void post(const MouseEvent& event) override {
+    // A copy the optimiser must keep: Google Benchmark 1.9 deprecates the const overload.
+    MouseEvent kept = event;
+    benchmark::DoNotOptimize(kept);
+  }
 };
 
 class NullSleeper final : public Sleeper {
