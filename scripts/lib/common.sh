@@ -11,10 +11,11 @@ VORRIK_BUILD_PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   fonts-dejavu-core
 )
-VORRIK_TEST_PACKAGES=(
+# What the tests run, on either release.
+VORRIK_DESKTOP_TEST_PACKAGES=(
   xvfb xauth xdotool x11-utils xinput trayer imagemagick python3
-  clang-format clang-tidy dpkg-dev file appstream
-  util-linux rtkit polkitd
+  dpkg-dev file appstream desktop-file-utils
+  util-linux procps rtkit polkitd
   sway qt6-wayland wtype
   # Headless GNOME Shell with its desktop portal, for the portal backend (about 400 MiB).
   gnome-shell mutter xdg-desktop-portal xdg-desktop-portal-gnome pipewire dbus-daemon dbus-bin
@@ -24,6 +25,19 @@ VORRIK_TEST_PACKAGES=(
   # Screenshots of that session (scripts/screenshot --gnome).
   wireplumber gstreamer1.0-pipewire gstreamer1.0-tools
 )
+# Debian 13 adds libei, KDE Plasma 6 with its portal, labwc and Wayfire.
+VORRIK_DEBIAN13_PACKAGES=(
+  libei-dev
+  kwin-wayland kwin-common plasma-integration plasma-workspace xdg-desktop-portal-kde
+  libkf6service-bin
+  labwc wayfire
+)
+VORRIK_TEST_PACKAGES=("${VORRIK_DESKTOP_TEST_PACKAGES[@]}" clang-format clang-tidy)
+# Which Debian this is: the Debian 13 tier's desktops are tested on the host when it is one.
+VORRIK_CODENAME=$(. /etc/os-release 2>/dev/null && echo "${VERSION_CODENAME:-}")
+if [ "$VORRIK_CODENAME" != bookworm ]; then
+  VORRIK_TEST_PACKAGES+=("${VORRIK_DEBIAN13_PACKAGES[@]}")
+fi
 VORRIK_RUN_PACKAGES=(xvfb xauth qt6-wayland)
 
 info() { printf '\033[1m==> %s\033[0m\n' "$*"; }
