@@ -27,7 +27,11 @@ for tool in dbus-run-session dbus-daemon kwin_wayland Xvfb Xwayland pipewire gdb
   command -v "$tool" >/dev/null || { echo "$tool is not installed (run scripts/test once)" >&2; exit 1; }
 done
 portal=/usr/libexec/xdg-desktop-portal
+# KDE keeps its helpers in the multiarch libexec.
 portal_kde=/usr/libexec/xdg-desktop-portal-kde
+for candidate in /usr/lib/*/libexec/xdg-desktop-portal-kde; do
+  [ -x "$candidate" ] && portal_kde="$candidate"
+done
 for tool in "$portal" "$portal_kde"; do
   [ -x "$tool" ] || { echo "$tool is not installed (run scripts/test once)" >&2; exit 1; }
 done
@@ -127,10 +131,15 @@ dbus-update-activation-environment HOME XDG_RUNTIME_DIR XDG_CONFIG_HOME XDG_DATA
   KDE_SESSION_VERSION DBUS_SYSTEM_BUS_ADDRESS NO_AT_BRIDGE QT_ACCESSIBILITY \
   WAYLAND_DISPLAY="$wayland" >/dev/null 2>&1 || fail "could not set the activation environment"
 
+# kwin starts its Xwayland on a free display, with a cookie of its own, when an X client first
+# connects, and tells only the programs it starts itself: one of those passes them on.
+printf '#!/bin/sh\nprintf "%%s\\n%%s\\n" "$DISPLAY" "${XAUTHORITY:-}" >"%s.tmp" && mv "%s.tmp" "%s"\n' \
+  "$tmp/x11" "$tmp/x11" "$tmp/x11" >"$tmp/tell-x11.sh"
+chmod 755 "$tmp/tell-x11.sh"
 DISPLAY="$VORRIK_HOST_DISPLAY" kwin_wayland --x11-display "$VORRIK_HOST_DISPLAY" --no-lockscreen \
-  --xwayland --width "$width" --height "$height" --socket "$wayland" >"$tmp/kwin.log" 2>&1 &
-kwin=$!
-pids+=($kwin)
+  --xwayland --width "$width" --height "$height" --socket "$wayland" "$tmp/tell-x11.sh" \
+  >"$tmp/kwin.log" 2>&1 &
+pids+=($!)
 until_ok 60 test -S "$XDG_RUNTIME_DIR/$wayland" || fail "kwin_wayland did not start"
 export WAYLAND_DISPLAY="$wayland"
 has_name() {
@@ -138,29 +147,11 @@ has_name() {
     --method org.freedesktop.DBus.NameHasOwner "$1" | grep -q true
 }
 until_ok 60 has_name org.kde.KWin || fail "kwin_wayland never owned its name"
-
-# kwin starts its Xwayland on a free display with a cookie of its own and tells only its own
-# children; read them from the server's command line.
-xwayland_args() {
-  local proc
-  for proc in /proc/[0-9]*; do
-    [ "$(cat "$proc/comm" 2>/dev/null)" = Xwayland ] || continue
-    [ "$(cut -d' ' -f4 "$proc/stat" 2>/dev/null)" = "$kwin" ] || continue
-    tr '\0' '\n' <"$proc/cmdline" | grep -q '^:' || return 1
-    tr '\0' '\n' <"$proc/cmdline"
-    return 0
-  done
-  return 1
-}
-until_ok 60 xwayland_args || fail "kwin_wayland started no Xwayland"
-x11_args=$(xwayland_args)
-DISPLAY=$(grep -m1 '^:' <<<"$x11_args")
+until_ok 60 test -s "$tmp/x11" || fail "kwin_wayland started no Xwayland"
+DISPLAY=$(sed -n 1p "$tmp/x11")
+XAUTHORITY=$(sed -n 2p "$tmp/x11")
 export DISPLAY
-if XAUTHORITY=$(grep -A1 -x -- -auth <<<"$x11_args" | tail -n 1) && [ -n "$XAUTHORITY" ]; then
-  export XAUTHORITY
-else
-  unset XAUTHORITY
-fi
+if [ -n "$XAUTHORITY" ]; then export XAUTHORITY; else unset XAUTHORITY; fi
 until_ok 60 xdpyinfo || fail "Xwayland on $DISPLAY does not answer"
 
 # kwin may have woken the portals already; a call starts them otherwise.
