@@ -46,8 +46,38 @@ unset VORRIK_KDE_INNER
 tmp=$(mktemp -d)
 chmod 700 "$tmp"
 pids=()
+# The private bus, started by dbus-run-session beside this script.
+bus=""
+for proc in /proc/[0-9]*; do
+  if [ "$(cat "$proc/comm" 2>/dev/null)" = dbus-daemon ] &&
+    [ "$(cut -d' ' -f4 "$proc/stat" 2>/dev/null)" = "$PPID" ]; then
+    bus="${proc#/proc/}"
+  fi
+done
+# What the private bus started on demand: the portals, and Plasma's stand-in for a notification
+# server, which waits a minute for one and would hold the command's output open that long.
+bus_services() {
+  [ -n "$bus" ] || return 0
+  # The bus starts each through a helper process of its own: every descendant, then.
+  local proc parent
+  local -A children=()
+  for proc in /proc/[0-9]*; do
+    parent=$(cut -d' ' -f4 "$proc/stat" 2>/dev/null) || continue
+    children[$parent]+=" ${proc#/proc/}"
+  done
+  local queue=("$bus") pid
+  while [ ${#queue[@]} -gt 0 ]; do
+    pid="${queue[0]}"
+    queue=("${queue[@]:1}")
+    for proc in ${children[$pid]:-}; do
+      echo "$proc"
+      queue+=("$proc")
+    done
+  done
+}
 cleanup() {
   local i
+  for i in $(bus_services); do pids+=("$i"); done
   # Newest first: the portals before the compositor, the compositor before its X server.
   for ((i = ${#pids[@]} - 1; i >= 0; i--)); do kill "${pids[$i]}" 2>/dev/null || true; done
   for ((i = ${#pids[@]} - 1; i >= 0; i--)); do wait "${pids[$i]}" 2>/dev/null || true; done
