@@ -236,11 +236,16 @@ bool AppDelegate::applicationShouldHandleReopen(bool /*hasVisibleWindows*/) {
 }
 
 void AppDelegate::checkTrust() {
-  if (services_.trust.isTrusted(false)) {
+  // A desktop that remembers the user's consent grants it again at the first Start, without a
+  // dialog: there is nothing to explain.
+  if (services_.trust.isTrusted(false) || services_.trust.remembersConsent()) {
     return;
   }
   const L::RefusalKeys keys = L::refusalKeys(services_.trust.refusal());
-  const Alert alert{text(keys.title), text(keys.body), {text("open_settings"), text("later")}};
+  const Alert alert{
+      text(keys.title),
+      text(keys.body, {{"answer", L::t(L::consentKey(services_.trust.consentDialog()))}}),
+      {text("open_settings"), text("later")}};
   // Also for a start from a terminal, where the alert may be missed.
   qCInfo(lcApp).noquote() << alert.message + QStringLiteral(": ") + alert.informative;
   const int answer = services_.runAlert(alert);

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
@@ -72,8 +73,8 @@ int main(int argc, char** argv) {
   }
   // The backend's windows need its own Qt platform, unless the user asked for another.
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-    qputenv("QT_QPA_PLATFORM", QByteArray(choice.backend->qtPlatform.data(),
-                                          qsizetype(choice.backend->qtPlatform.size())));
+    const std::string_view platform = choice.backend->qtPlatform(session);
+    qputenv("QT_QPA_PLATFORM", QByteArray(platform.data(), qsizetype(platform.size())));
   }
 
   QApplication app(argc, argv);

@@ -26,6 +26,11 @@ ClickEngine::ClickEngine(Ports ports, std::unique_ptr<OneShotTimer> timer)
       (*self)->stop(L::t(L::refusalKeys((*self)->ports_.trust.refusal()).line));
     }
   });
+  ports_.trust.setAnswerHandler([weak = std::weak_ptr<ClickEngine*>(self_)](bool trusted) {
+    if (const auto self = weak.lock()) {
+      (*self)->answered(trusted);
+    }
+  });
 }
 
 ClickEngine::~ClickEngine() {
@@ -47,13 +52,25 @@ void ClickEngine::start() {
     return;
   }
   if (!ports_.trust.isTrusted(false)) {
-    // Only the prompt matters here; its answer is not needed.
-    ports_.trust.isTrusted(true);
-    if (onStop) {
-      onStop(L::t(L::refusalKeys(ports_.trust.refusal()).line));
+    if (!ports_.trust.remembersConsent()) {
+      // Only the prompt matters here; its answer is not needed.
+      ports_.trust.isTrusted(true);
+      if (onStop) {
+        onStop(L::t(L::refusalKeys(ports_.trust.refusal()).line));
+      }
+      return;
     }
+    // The system grants the remembered consent without the user, a moment later: the run is
+    // on, and its first tick waits for that grant. Marked before the prompt, which may answer
+    // before it returns.
+    awaiting_ = begin();
+    ports_.trust.isTrusted(true);
     return;
   }
+  schedule(begin(), std::chrono::microseconds::zero());
+}
+
+std::uint64_t ClickEngine::begin() {
   std::uint64_t generation = 0;
   {
     std::lock_guard lock(timerMutex_);
@@ -62,7 +79,20 @@ void ClickEngine::start() {
   }
   sessionClicks_.store(0);
   pointIndex_.store(0);
-  schedule(generation, std::chrono::microseconds::zero());
+  return generation;
+}
+
+void ClickEngine::answered(bool trusted) {
+  // An answer for a run that has since been stopped, or for no run, starts nothing.
+  const auto awaited = std::exchange(awaiting_, std::nullopt);
+  if (!awaited || !running_.load() || generation_.load() != *awaited) {
+    return;
+  }
+  if (trusted) {
+    schedule(*awaited, std::chrono::microseconds::zero());
+  } else {
+    stop(L::t(L::refusalKeys(ports_.trust.refusal()).line));
+  }
 }
 
 // The published signature takes the reason by value.

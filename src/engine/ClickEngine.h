@@ -70,7 +70,9 @@ class ClickEngine {
   std::function<void(const std::optional<std::string>&)> onStop;
 
   // Begins a run unless one is in progress; without trust, reports the refusal's status line
-  // (ax_needed or wl_needed) through onStop.
+  // (ax_needed, wl_needed or rd_needed) through onStop. Where the system remembers the user's
+  // consent, the run begins at once but clicks only once the system has granted it again, and
+  // ends with that line if the system refuses instead.
   void start();
   // Ends the run in progress and reports reason through onStop; does nothing when idle.
   void stop(std::optional<std::string> reason);
@@ -82,6 +84,10 @@ class ClickEngine {
   [[nodiscard]] std::unique_lock<std::mutex> holdClicks();
 
  private:
+  // Marks a run as begun and returns its generation.
+  std::uint64_t begin();
+  // The trust's answer to a prompt, on the main thread.
+  void answered(bool trusted);
   // The next delay: the interval (at least 50 ms) plus a jitter draw, at least 20 ms.
   std::int64_t nextDelayMs();
   // Arms the next tick: a delay after tickLength from now.
@@ -106,6 +112,8 @@ class ClickEngine {
   std::atomic<std::int64_t> pointIndex_{0};
   // Bumped by every start and stop, so a tick of an earlier run never re-arms the timer.
   std::atomic<std::uint64_t> generation_{0};
+  // The run waiting for the trust's grant before its first tick; main thread only.
+  std::optional<std::uint64_t> awaiting_;
   // Held by the worker from a click's press to its release.
   std::mutex clickMutex_;
   // The next tick's arming, held by a tick until its first press has been posted; worker only.

@@ -80,12 +80,22 @@ const List en{{
     {"wl_needed", "No runs on this Wayland desktop: use an X11 session or a supported desktop."},
     {"rd_title", "Your desktop asks before Vorrik clicks"},
     {"rd_body",
-     "On this desktop an app can click for you only with your consent, through the desktop's "
-     "remote-desktop permission. The desktop asks whether to allow remote interaction: allow it "
-     "(on GNOME, turn on \"Allow remote interaction\", then press Share), then press Start again. "
-     "On Debian 12 it asks once each time Vorrik starts. Vorrik only moves the pointer and presses "
-     "its buttons: it never reads your screen, never collects data and has no ads."},
-    {"rd_needed", "Allow remote interaction when your desktop asks, then press Start again."},
+     "On this desktop an app can click for you only with your consent, given in the desktop's "
+     "remote-control dialog when you press Start. {answer} Then press Start again. Vorrik "
+     "only moves the pointer and presses its buttons: it never reads your screen, never "
+     "collects data and has no ads."},
+    {"rd_gnome",
+     "Turn on \"Allow Remote Interaction\", leave \"Remember This Selection\" ticked and "
+     "press Share: GNOME then does not ask again."},
+    {"rd_gnome_once",
+     "Turn on \"Allow remote interaction\" and press Share. GNOME asks again each time Vorrik "
+     "starts."},
+    {"rd_kde",
+     "Leave \"Allow restoring on future sessions\" ticked and press Share: KDE Plasma then "
+     "does not ask again."},
+    {"rd_kde_once", "Press Share. KDE Plasma asks again each time Vorrik starts."},
+    {"rd_other", "Allow remote control there."},
+    {"rd_needed", "Allow remote control when your desktop asks, then press Start again."},
     {"f6_title", "Start and stop with F6 on this desktop?"},
     {"f6_body",
      "This desktop shows no app the keys pressed in other apps, so F6 reaches Vorrik only as one "
@@ -169,12 +179,22 @@ const List ht{{
      "Pa gen klik sou biwo Wayland sa a: sèvi ak yon sesyon X11 oswa yon biwo ki sipòte."},
     {"rd_title", "Biwo w la mande anvan Vorrik klike"},
     {"rd_body",
-     "Sou biwo sa a, yon app ka klike pou ou sèlman avèk konsantman ou, atravè pèmisyon biwo a "
-     "pou kontwòl a distans. Biwo a mande si pou l pèmèt entèraksyon a distans: aksepte l (sou "
-     "GNOME, limen \"Allow remote interaction\", epi peze Share), epi peze Kòmanse ankò. Sou "
-     "Debian 12, li mande yon fwa chak fwa Vorrik demare. Vorrik sèlman deplase kisè a epi peze "
-     "bouton li yo: li pa janm li ekran ou, pa janm ranmase done e li pa gen piblisite."},
-    {"rd_needed", "Pèmèt entèraksyon a distans lè biwo w la mande, epi peze Kòmanse ankò."},
+     "Sou biwo sa a, yon app ka klike pou ou sèlman avèk konsantman ou, ou bay nan fenèt "
+     "kontwòl a distans biwo a lè ou peze Kòmanse. {answer} Epi peze Kòmanse ankò. Vorrik "
+     "sèlman deplase kisè a epi peze bouton li yo: li pa janm li ekran ou, pa janm ranmase "
+     "done e li pa gen piblisite."},
+    {"rd_gnome",
+     "Limen \"Allow Remote Interaction\", kite \"Remember This Selection\" koche epi peze "
+     "Share: GNOME p ap mande ankò."},
+    {"rd_gnome_once",
+     "Limen \"Allow remote interaction\" epi peze Share. GNOME mande ankò chak fwa Vorrik "
+     "demare."},
+    {"rd_kde",
+     "Kite \"Allow restoring on future sessions\" koche epi peze Share: KDE Plasma p ap mande "
+     "ankò."},
+    {"rd_kde_once", "Peze Share. KDE Plasma mande ankò chak fwa Vorrik demare."},
+    {"rd_other", "Pèmèt kontwòl a distans ladan l."},
+    {"rd_needed", "Pèmèt kontwòl a distans lè biwo w la mande, epi peze Kòmanse ankò."},
     {"f6_title", "Kòmanse epi kanpe ak F6 sou biwo sa a?"},
     {"f6_body",
      "Biwo sa a pa montre okenn app touch yo peze nan lòt app, kidonk F6 rive jwenn Vorrik "
@@ -261,15 +281,24 @@ const List fr{{
      "Aucun clic sur ce bureau Wayland : ouvrez une session X11 ou un bureau pris en charge."},
     {"rd_title", "Votre bureau demande avant que Vorrik clique"},
     {"rd_body",
-     "Sur ce bureau, une app ne peut cliquer pour vous qu'avec votre accord, donné par la "
-     "permission de bureau à distance. Le bureau demande s'il faut autoriser l'interaction à "
-     "distance : acceptez (sous GNOME, activez « Autoriser l'interaction à distance », puis "
-     "appuyez sur Partager), puis appuyez à nouveau sur Démarrer. Sous Debian 12, il le demande "
-     "une fois à chaque lancement de Vorrik. Vorrik ne fait que déplacer le pointeur et appuyer "
-     "sur ses boutons : il ne lit jamais votre écran, ne collecte aucune donnée et n'affiche "
+     "Sur ce bureau, une app ne peut cliquer pour vous qu'avec votre accord, donné dans la "
+     "fenêtre de contrôle à distance du bureau quand vous appuyez sur Démarrer. {answer} Puis "
+     "appuyez à nouveau sur Démarrer. Vorrik ne fait que déplacer le pointeur et appuyer sur "
+     "ses boutons : il ne lit jamais votre écran, ne collecte aucune donnée et n'affiche "
      "aucune publicité."},
+    {"rd_gnome",
+     "Activez « Autoriser l'interaction à distance », laissez « Se souvenir de cette "
+     "sélection » cochée et appuyez sur Partager : GNOME ne demandera plus."},
+    {"rd_gnome_once",
+     "Activez « Autoriser l'interaction à distance » et appuyez sur Partager. GNOME redemande "
+     "à chaque lancement de Vorrik."},
+    {"rd_kde",
+     "Laissez « Autoriser la restauration lors des prochaines sessions » cochée et appuyez "
+     "sur Partager : KDE Plasma ne demandera plus."},
+    {"rd_kde_once", "Appuyez sur Partager. KDE Plasma redemande à chaque lancement de Vorrik."},
+    {"rd_other", "Autorisez-y le contrôle à distance."},
     {"rd_needed",
-     "Autorisez l'interaction à distance quand votre bureau le demande, puis appuyez à nouveau "
+     "Autorisez le contrôle à distance quand votre bureau le demande, puis appuyez à nouveau "
      "sur Démarrer."},
     {"f6_title", "Démarrer et arrêter avec F6 sur ce bureau ?"},
     {"f6_body",
@@ -359,14 +388,23 @@ const List es{{
      "Sin clics en este escritorio Wayland: usa una sesión X11 o un escritorio compatible."},
     {"rd_title", "Tu escritorio pregunta antes de que Vorrik haga clic"},
     {"rd_body",
-     "En este escritorio una app solo puede hacer clic por ti con tu consentimiento, a través del "
-     "permiso de escritorio remoto. El escritorio pregunta si permitir la interacción remota: "
-     "permítela (en GNOME, activa \"Permitir interacción remota\" y pulsa Compartir) y luego "
-     "pulsa Iniciar otra vez. En Debian 12 pregunta una vez cada vez que Vorrik se inicia. Vorrik "
-     "solo mueve el puntero y pulsa sus botones: nunca lee tu pantalla, nunca recopila datos y no "
-     "tiene anuncios."},
+     "En este escritorio una app solo puede hacer clic por ti con tu consentimiento, dado en "
+     "el diálogo de control remoto del escritorio al pulsar Iniciar. {answer} Después pulsa "
+     "Iniciar otra vez. Vorrik solo mueve el puntero y pulsa sus botones: nunca lee tu "
+     "pantalla, nunca recopila datos y no tiene anuncios."},
+    {"rd_gnome",
+     "Activa \"Permitir interacción remota\", deja marcada \"Recordar esta selección\" y "
+     "pulsa Compartir: GNOME no volverá a preguntar."},
+    {"rd_gnome_once",
+     "Activa \"Permitir interacción remota\" y pulsa Compartir. GNOME pregunta de nuevo cada "
+     "vez que Vorrik se inicia."},
+    {"rd_kde",
+     "Deja marcada \"Permitir restaurar en futuras sesiones\" y pulsa Compartir: KDE Plasma "
+     "no volverá a preguntar."},
+    {"rd_kde_once", "Pulsa Compartir. KDE Plasma pregunta de nuevo cada vez que Vorrik se inicia."},
+    {"rd_other", "Permite en él el control remoto."},
     {"rd_needed",
-     "Permite la interacción remota cuando tu escritorio lo pida y pulsa Iniciar otra vez."},
+     "Permite el control remoto cuando tu escritorio lo pida y pulsa Iniciar otra vez."},
     {"f6_title", "¿Iniciar y detener con F6 en este escritorio?"},
     {"f6_body",
      "Este escritorio no muestra a ninguna app las teclas pulsadas en otras, así que F6 llega a "
@@ -455,14 +493,25 @@ const List pt{{
      "compatível."},
     {"rd_title", "Sua área de trabalho pergunta antes de o Vorrik clicar"},
     {"rd_body",
-     "Nesta área de trabalho um app só pode clicar por você com o seu consentimento, através da "
-     "permissão de área de trabalho remota. A área de trabalho pergunta se deve permitir a "
-     "interação remota: permita (no GNOME, ative \"Permitir interação remota\" e clique em "
-     "Compartilhar) e depois clique em Iniciar de novo. No Debian 12 ela pergunta uma vez a cada "
-     "vez que o Vorrik é aberto. O Vorrik só move o ponteiro e aperta os botões dele: nunca lê sua "
-     "tela, nunca coleta dados e não tem anúncios."},
+     "Nesta área de trabalho um app só pode clicar por você com o seu consentimento, dado no "
+     "diálogo de controle remoto da área de trabalho ao clicar em Iniciar. {answer} Depois "
+     "clique em Iniciar de novo. O Vorrik só move o ponteiro e aperta os botões dele: nunca "
+     "lê sua tela, nunca coleta dados e não tem anúncios."},
+    {"rd_gnome",
+     "Ative \"Permitir interação remota\", deixe \"Lembrar esta seleção\" marcada e clique em "
+     "Compartilhar: o GNOME não vai perguntar de novo."},
+    {"rd_gnome_once",
+     "Ative \"Permitir interação remota\" e clique em Compartilhar. O GNOME pergunta de novo "
+     "cada vez que o Vorrik é aberto."},
+    {"rd_kde",
+     "Deixe \"Permitir restauração em sessões futuras\" marcada e clique em Compartilhar: o "
+     "KDE Plasma não vai perguntar de novo."},
+    {"rd_kde_once",
+     "Clique em Compartilhar. O KDE Plasma pergunta de novo cada vez que o Vorrik é aberto."},
+    {"rd_other", "Permita nele o controle remoto."},
     {"rd_needed",
-     "Permita a interação remota quando sua área de trabalho pedir e clique em Iniciar de novo."},
+     "Permita o controle remoto quando sua área de trabalho pedir e clique em Iniciar de "
+     "novo."},
     {"f6_title", "Iniciar e parar com F6 nesta área de trabalho?"},
     {"f6_body",
      "Esta área de trabalho não mostra a nenhum app as teclas pressionadas em outros, então o F6 "

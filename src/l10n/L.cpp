@@ -159,4 +159,16 @@ RefusalKeys refusalKeys(Refusal refusal) {
   return {"ax_title", "ax_body", "ax_needed"};
 }
 
+std::string_view consentKey(ConsentDialog dialog) {
+  switch (dialog.desktop) {
+    case ConsentDialog::Desktop::gnome:
+      return dialog.remembers ? "rd_gnome" : "rd_gnome_once";
+    case ConsentDialog::Desktop::kde:
+      return dialog.remembers ? "rd_kde" : "rd_kde_once";
+    case ConsentDialog::Desktop::other:
+      break;
+  }
+  return "rd_other";
+}
+
 }  // namespace vorrik::L

@@ -60,6 +60,9 @@ struct RefusalKeys {
   std::string_view line;
 };
 RefusalKeys refusalKeys(Refusal refusal);
+// The key of the sentence that tells how to answer that consent dialog: its switch, its remember
+// box and its Share button, where it has them; rd_body takes it as {answer}.
+std::string_view consentKey(ConsentDialog dialog);
 
 using Entry = std::pair<std::string_view, std::string_view>;
 // Builds one language's texts from its list; a repeated key is a fatal error of the program.

@@ -112,7 +112,8 @@ void VorrikPanel::toggle() {
   applySettings();
   ui_.status->setText(text("clicking"));
   setRunning(true);
-  // Without accessibility trust the engine calls onStop before returning.
+  // Without trust the engine calls onStop before returning, unless the desktop remembers the
+  // user's consent: then the run waits for the desktop's grant before its first click.
   engine_.start();
 }
 

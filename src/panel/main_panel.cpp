@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <string_view>
 
 #include "l10n/L.h"
 #include "panel/Theme.h"
@@ -19,8 +20,8 @@ int main(int argc, char** argv) {
     return 1;
   }
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-    qputenv("QT_QPA_PLATFORM", QByteArray(choice.backend->qtPlatform.data(),
-                                          qsizetype(choice.backend->qtPlatform.size())));
+    const std::string_view platform = choice.backend->qtPlatform(session);
+    qputenv("QT_QPA_PLATFORM", QByteArray(platform.data(), qsizetype(platform.size())));
   }
   QApplication app(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Vorrik"));

@@ -17,6 +17,14 @@ enum class Refusal {
   notAllowed,
 };
 
+// The consent dialog a desktop shows, for words that name what the user sees in it.
+struct ConsentDialog {
+  enum class Desktop { other, gnome, kde };
+  Desktop desktop = Desktop::other;
+  // Whether the dialog offers to remember the answer, so that later launches are not asked.
+  bool remembers = false;
+};
+
 // Whether the system lets this process post input events.
 class AccessibilityTrust {
  public:
@@ -31,6 +39,15 @@ class AccessibilityTrust {
   // By value, as the overrides keep it.
   // NOLINTNEXTLINE(performance-unnecessary-value-param)
   virtual void setRevokedHandler(std::function<void()> /*handler*/) {}
+  // Whether a prompt would be granted without asking the user, as by a desktop that remembers
+  // an earlier consent; the grant then arrives soon through the answer handler.
+  [[nodiscard]] virtual bool remembersConsent() const { return false; }
+  // Calls handler on the main thread with the outcome of each prompt (true: trusted now),
+  // replacing the handler set before; where prompts are answered at once, never.
+  // NOLINTNEXTLINE(performance-unnecessary-value-param)
+  virtual void setAnswerHandler(std::function<void(bool)> /*handler*/) {}
+  // The dialog a prompt opens, where the refusal is notAllowed.
+  [[nodiscard]] virtual ConsentDialog consentDialog() const { return {}; }
 };
 
 }  // namespace vorrik

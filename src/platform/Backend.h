@@ -26,8 +26,9 @@ struct Session {
 // One way to serve a desktop session.
 struct Backend {
   std::string_view name;
-  // The Qt platform plugin its windows need ("xcb" for the X11 backend).
-  std::string_view qtPlatform;
+  // The Qt platform plugin its windows need on session ("xcb" for the X11 backend); runs before
+  // Qt starts.
+  std::string_view (*qtPlatform)(const Session& session);
   // Why it cannot serve session, in one line, or nothing when it can; runs before Qt starts.
   std::optional<std::string> (*unfit)(const Session& session);
   // Opens its services; called once, after the QApplication exists.

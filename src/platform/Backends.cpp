@@ -8,14 +8,25 @@
 #include "platform/x11/X11Desktop.h"
 
 namespace vorrik {
+namespace {
+
+std::string_view xcb(const Session& /*session*/) {
+  return "xcb";
+}
+std::string_view wayland(const Session& /*session*/) {
+  return "wayland";
+}
+
+}  // namespace
 
 std::span<const Backend> availableBackends() {
   static const std::array kBackends{
       // A wlroots compositor's own clicks reach every window; Xwayland's reach only X ones.
-      Backend{"wlroots", "wayland", &wlroots::unfit, &wlroots::openDesktop},
-      // GNOME and KDE Plasma on Wayland: the portal's clicks reach every window.
-      Backend{"portal", "wayland", &portal::unfit, &portal::openDesktop},
-      Backend{"x11", "xcb", &x11::unfit, &x11::openDesktop},
+      Backend{"wlroots", &wayland, &wlroots::unfit, &wlroots::openDesktop},
+      // GNOME and KDE Plasma on Wayland: the portal's clicks reach every window; the panel is
+      // an Xwayland window where it can be, to stay in front.
+      Backend{"portal", &portal::qtPlatform, &portal::unfit, &portal::openDesktop},
+      Backend{"x11", &xcb, &x11::unfit, &x11::openDesktop},
   };
   return kBackends;
 }

@@ -9,6 +9,7 @@
 #include <QTest>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -90,7 +91,8 @@ struct World {
 
   explicit World(const std::string& lang, bool trusted = true, int answer = kAlertSecondButton,
                  Refusal refusal = Refusal::noInjection, ToggleShortcut* shortcut = nullptr,
-                 const char* offered = nullptr) {
+                 const char* offered = nullptr,
+                 const std::function<void(fake::FakeTrust&)>& prepare = {}) {
     defaults.setString(L::kLangKey, lang);
     if (offered != nullptr) {
       defaults.setString(kShortcutOfferKey, offered);
@@ -98,6 +100,9 @@ struct World {
     L::install({&defaults, &preferred, &center});
     trust.setTrusted(trusted);
     trust.setRefusal(refusal);
+    if (prepare) {
+      prepare(trust);
+    }
     const auto panel = [this] {
       return std::make_unique<VorrikPanel>(VorrikPanel::Services::from(
           desktop, desktop.sleeper, desktop.random, desktop.makeTimer()));
@@ -196,15 +201,40 @@ class AppDelegateTest : public QObject {
     QTest::addColumn<int>("answer");
     QTest::addColumn<int>("opens");
     QTest::addColumn<Refusal>("refusal");
+    // Where the desktop asks: its dialog, and whether it remembers the consent already.
+    QTest::addColumn<int>("desktop");
+    QTest::addColumn<bool>("dialogRemembers");
+    QTest::addColumn<bool>("remembered");
+    QTest::addColumn<QString>("answerKey");
     const Refusal x11 = Refusal::noInjection;
-    QTest::newRow("trusted") << "en" << true << kAlertFirstButton << 0 << x11;
-    QTest::newRow("Open Help") << "en" << false << kAlertFirstButton << 1 << x11;
-    QTest::newRow("Later") << "en" << false << kAlertSecondButton << 0 << x11;
-    QTest::newRow("closed") << "en" << false << 999 << 0 << x11;
+    const Refusal consent = Refusal::notAllowed;
+    const int other = int(ConsentDialog::Desktop::other);
+    const int gnome = int(ConsentDialog::Desktop::gnome);
+    const int kde = int(ConsentDialog::Desktop::kde);
+    QTest::newRow("trusted") << "en" << true << kAlertFirstButton << 0 << x11 << other << false
+                             << false << "";
+    QTest::newRow("Open Help") << "en" << false << kAlertFirstButton << 1 << x11 << other << false
+                               << false << "";
+    QTest::newRow("Later") << "en" << false << kAlertSecondButton << 0 << x11 << other << false
+                           << false << "";
+    QTest::newRow("closed") << "en" << false << 999 << 0 << x11 << other << false << false << "";
     QTest::newRow("unserved Wayland, French")
-        << "fr" << false << kAlertSecondButton << 0 << Refusal::unsupportedWayland;
-    QTest::newRow("consent, Portuguese")
-        << "pt" << false << kAlertFirstButton << 1 << Refusal::notAllowed;
+        << "fr" << false << kAlertSecondButton << 0 << Refusal::unsupportedWayland << other << false
+        << false << "";
+    QTest::newRow("consent, Portuguese") << "pt" << false << kAlertFirstButton << 1 << consent
+                                         << other << false << false << "rd_other";
+    QTest::newRow("GNOME that remembers") << "en" << false << kAlertSecondButton << 0 << consent
+                                          << gnome << true << false << "rd_gnome";
+    QTest::newRow("GNOME that cannot remember, Spanish")
+        << "es" << false << kAlertSecondButton << 0 << consent << gnome << false << false
+        << "rd_gnome_once";
+    QTest::newRow("KDE, Creole") << "ht" << false << kAlertSecondButton << 0 << consent << kde
+                                 << true << false << "rd_kde";
+    QTest::newRow("KDE that cannot remember") << "fr" << false << kAlertSecondButton << 0 << consent
+                                              << kde << false << false << "rd_kde_once";
+    // Consent remembered: the desktop will not ask, so neither does the alert.
+    QTest::newRow("remembered") << "en" << false << kAlertFirstButton << 0 << consent << gnome
+                                << true << true << "";
   }
   void startUpAsksForThePermissionOnlyWithoutIt() {
     QFETCH(QString, lang);
@@ -212,17 +242,31 @@ class AppDelegateTest : public QObject {
     QFETCH(int, answer);
     QFETCH(int, opens);
     QFETCH(Refusal, refusal);
-    World world(lang.toStdString(), trusted, answer, refusal);
+    QFETCH(int, desktop);
+    QFETCH(bool, dialogRemembers);
+    QFETCH(bool, remembered);
+    QFETCH(QString, answerKey);
+    World world(lang.toStdString(), trusted, answer, refusal, nullptr, nullptr,
+                [&](fake::FakeTrust& trust) {
+                  trust.setConsentDialog({ConsentDialog::Desktop(desktop), dialogRemembers});
+                  trust.setRemembers(remembered);
+                });
     const L::RefusalKeys keys = L::refusalKeys(refusal);
-    QCOMPARE(world.alerts.size(), trusted ? 0u : 1u);
+    const bool alerted = !trusted && !remembered;
+    QCOMPARE(world.alerts.size(), alerted ? 1u : 0u);
     QCOMPARE(world.link.opens(), opens);
     QCOMPARE(world.trust.prompts(), opens);  // the system's own request goes with the link
-    if (trusted) {
+    if (!alerted) {
       return;
     }
     QVERIFY(world.readyAtAlert);
     QCOMPARE(world.alerts[0].message, QString::fromStdString(L::t(keys.title)));
-    QCOMPARE(world.alerts[0].informative, QString::fromStdString(L::t(keys.body)));
+    const std::string how = answerKey.isEmpty() ? "" : L::t(answerKey.toStdString());
+    QCOMPARE(world.alerts[0].informative,
+             QString::fromStdString(L::t(keys.body, {{"answer", how}})));
+    if (!answerKey.isEmpty()) {
+      QVERIFY(world.alerts[0].informative.contains(QString::fromStdString(how)));
+    }
     QCOMPARE(world.alerts[0].buttons, texts({"open_settings", "later"}));
     QVERIFY(world.panel()->isVisible());
     // Start is refused with the same session's status line.

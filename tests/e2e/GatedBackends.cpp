@@ -78,7 +78,8 @@ std::unique_ptr<Desktop> openGated(const Session& session) {
 }  // namespace
 
 std::span<const Backend> availableBackends() {
-  static const std::array kBackends{Backend{"x11", "xcb", &x11::unfit, &openGated}};
+  static const std::array kBackends{Backend{
+      "x11", [](const Session&) -> std::string_view { return "xcb"; }, &x11::unfit, &openGated}};
   return kBackends;
 }
 

@@ -11,6 +11,7 @@
 //   consent accept      answer the desktop's open consent dialog as a user would: allow remote
 //   consent refuse      interaction and share, or cancel (on a 1280x800 monitor; the layout is
 //                       the running GNOME Shell's, read from its ShellVersion)
+//   shortcuts accept    add the shortcuts an application asked for (GNOME 48's dialog)
 // mutter ends the session when this process ends; the desktop's seat then has no keyboard,
 // and the focused window is told it lost the keyboard.
 #include <QCoreApplication>
@@ -106,6 +107,7 @@ struct ConsentSteps {
   int fromMajor;
   QStringList accept;
   QStringList refuse;
+  QStringList addShortcuts;  // empty where the desktop has no such dialog
 };
 const std::vector<ConsentSteps>& consentLayouts() {
   static const std::vector<ConsentSteps> kLayouts{
@@ -114,7 +116,8 @@ const std::vector<ConsentSteps>& consentLayouts() {
        {QStringLiteral("move 819 340"), QStringLiteral("move 820 340"),
         QStringLiteral("click left"), QStringLiteral("sleep 300"), QStringLiteral("move 842 289"),
         QStringLiteral("move 843 289"), QStringLiteral("click left")},
-       {QStringLiteral("key Escape")}},
+       {QStringLiteral("key Escape")},
+       {}},
       // 48: the switch, then Share in the header bar ("Remember This Selection" is ticked
       // already); Cancel at the header bar's other end.
       {48,
@@ -122,7 +125,9 @@ const std::vector<ConsentSteps>& consentLayouts() {
         QStringLiteral("click left"), QStringLiteral("sleep 300"), QStringLiteral("move 920 189"),
         QStringLiteral("move 921 189"), QStringLiteral("click left")},
        {QStringLiteral("move 359 189"), QStringLiteral("move 360 189"),
-        QStringLiteral("click left")}},
+        QStringLiteral("click left")},
+       // "Add Keyboard Shortcuts": its default button adds them.
+       {QStringLiteral("key Return")}},
   };
   return kLayouts;
 }
@@ -245,7 +250,12 @@ class Hand {
     }
     if (verb == QStringLiteral("consent") && words.size() == 2 &&
         (words[1] == QStringLiteral("accept") || words[1] == QStringLiteral("refuse"))) {
-      return consent(words[1] == QStringLiteral("accept"));
+      return consent(words[1] == QStringLiteral("accept") ? &ConsentSteps::accept
+                                                          : &ConsentSteps::refuse);
+    }
+    if (verb == QStringLiteral("shortcuts") && words.size() == 2 &&
+        words[1] == QStringLiteral("accept")) {
+      return consent(&ConsentSteps::addShortcuts);
     }
     if (verb == QStringLiteral("sleep") && words.size() == 2) {
       QThread::msleep(words[1].toULong());
@@ -255,7 +265,7 @@ class Hand {
   }
 
  private:
-  QString consent(bool accept) {
+  QString consent(QStringList ConsentSteps::*answer) {
     if (major_ == 0) {
       major_ = shellMajor();
     }
@@ -269,7 +279,10 @@ class Hand {
     if (layout == nullptr) {
       return QStringLiteral("no consent dialog layout for GNOME Shell %1").arg(major_);
     }
-    for (const QString& step : accept ? layout->accept : layout->refuse) {
+    if ((layout->*answer).isEmpty()) {
+      return QStringLiteral("GNOME Shell %1 has no such dialog").arg(major_);
+    }
+    for (const QString& step : layout->*answer) {
       if (QString why = run(step); !why.isEmpty()) {
         return why;
       }

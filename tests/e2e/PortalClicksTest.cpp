@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 // The click engine with the portal backend on a private desktop with its portal: headless GNOME
-// Shell (with-gnome.sh, gnome_hand as the user's hand) or KDE Plasma's kwin (with-kde.sh,
-// kde-hand.sh). The desktop's consent dialog refused and then accepted as a user would; a
-// relaunch that the desktop's remembered consent lets through unasked; then real clicks through
-// the portal into a full-screen Qt Wayland window, at the cursor and at given points, counted and
-// placed exactly; a point picked through the desktop's overlay clicked there; F6 the way the
-// desktop offers it (GNOME's own shortcut, run by gsd-media-keys, or the global-shortcuts
-// portal); last a run whose session the desktop loses. Time bounds are generous; bench/
-// measures precision.
+// Shell (with-gnome.sh, gnome_hand as the user's hand, mutter's own input, which asks nobody) or
+// KDE Plasma's kwin (with-kde.sh, kde-hand.sh): the desktop's consent dialog refused and then
+// accepted as a user would; then real clicks through the portal into a full-screen Qt Wayland
+// window, at the cursor and at given points, counted and placed exactly; a point picked through
+// the desktop's overlay clicked there; F6 the way the desktop offers it; last a run whose session
+// the desktop loses. Time bounds are generous; bench/ measures precision.
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusReply>
+#include <QDBusVariant>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -18,6 +18,8 @@
 #include <csignal>
 
 #include <algorithm>
+#include <functional>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -53,8 +55,18 @@ QString customShortcuts(const QString& value = {}) {
   gsettings.waitForFinished();
   return QString::fromUtf8(gsettings.readAllStandardOutput()).trimmed();
 }
-// Where the portal backend keeps the desktop's restore token among its settings.
-constexpr const char* kRestoreTokenKey = "portalRestoreToken";
+// The running GNOME Shell's major version, 0 if it does not say.
+int shellMajor() {
+  QDBusMessage get = QDBusMessage::createMethodCall(
+      QStringLiteral("org.gnome.Shell"), QStringLiteral("/org/gnome/Shell"),
+      QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+  get << QStringLiteral("org.gnome.Shell") << QStringLiteral("ShellVersion");
+  const QDBusReply<QDBusVariant> reply = QDBusConnection::sessionBus().call(get);
+  return reply.isValid()
+             ? reply.value().variant().toString().section(QLatin1Char('.'), 0, 0).toInt()
+             : 0;
+}
+
 const QStringList kFocus{QStringLiteral("focus"), QStringLiteral("blur")};
 
 // A child process that talks in lines on stdout, kept as they arrive.
@@ -112,17 +124,27 @@ class PortalClicksTest : public QObject {
     QVERIFY(config_.isValid());
     sessionConfig_ = qgetenv("XDG_CONFIG_HOME");
     qputenv("XDG_CONFIG_HOME", config_.path().toUtf8());
-    launch();
-    if (QTest::currentTestFailed()) {
-      return;
-    }
+    const Session session = Session::fromEnvironment();
+    const BackendChoice choice = chooseBackend(session, availableBackends());
+    QVERIFY2(choice.backend != nullptr, choice.why.c_str());
+    QCOMPARE(QString::fromLatin1(choice.backend->name), QStringLiteral("portal"));
+    desktop_ = choice.backend->open(session);
     desktop_->defaults().setString(L::kLangKey, "en");
+    L::install({&desktop_->defaults(), &desktop_->preferredLanguages(), &desktop_->center()});
 
     receiver_ = std::make_unique<LineChild>(qEnvironmentVariable("VORRIK_WAYLAND_RECEIVER"));
     QTRY_COMPARE_WITH_TIMEOUT(receiver_->count(QStringLiteral("ready 1280 800")), 1U, kTimeoutMs);
     // The seat has a keyboard while the hand is there: the receiver has it then.
     hand_ = std::make_unique<LineChild>(qEnvironmentVariable("VORRIK_HAND"));
     QTRY_COMPARE_WITH_TIMEOUT(receiver_->last(kFocus), QStringLiteral("focus"), kTimeoutMs);
+
+    engine_ =
+        std::make_unique<ClickEngine>(ClickEngine::Ports{desktop_->mainQueue(), desktop_->trust(),
+                                                         desktop_->injector(), sleeper_, random_},
+                                      std::make_unique<posix::WorkerTimer>());
+    engine_->onStop = [this](const std::optional<std::string>& reason) {
+      stops_.push_back(reason.value_or("-"));
+    };
   }
 
   void cleanupTestCase() {
@@ -145,37 +167,42 @@ class PortalClicksTest : public QObject {
     }
     QTest::qWait(300);
     QVERIFY(!desktop_->trust().isTrusted(false));
-    engine_->start();
-    QCOMPARE(stops_.size(), 2U);
-    QVERIFY(!engine_->running());
-    waitForDialog();
-    accept();
-    if (QTest::currentTestFailed()) {
-      return;
+    // Accepted; asked again when the dialog took the hand's clicks before it had settled (it
+    // then stays, or ends without remote interaction), which a loaded machine brings about.
+    for (int attempt = 0; attempt < 3 && !desktop_->trust().isTrusted(false); ++attempt) {
+      engine_->start();
+      QVERIFY(!engine_->running());
+      waitForDialog();
+      handDo(QStringLiteral("consent accept"));
+      if (!QTest::qWaitFor([this] { return receiver_->last(kFocus) == QStringLiteral("focus"); },
+                           kTimeoutMs)) {
+        qWarning() << "the dialog stayed after the hand accepted it; refused, asked again";
+        refuse();
+      }
+      (void)QTest::qWaitFor([this] { return desktop_->trust().isTrusted(false); }, kTimeoutMs);
     }
-    QTRY_VERIFY_WITH_TIMEOUT(desktop_->trust().isTrusted(false), kTimeoutMs);
+    QVERIFY(desktop_->trust().isTrusted(false));
     QVERIFY2(seen().empty(), "no click while the desktop was asking");
   }
 
-  void aRelaunchIsLetThroughByTheRememberedConsent() {
-    // Whether consent is remembered is the desktop's choice, told by a restore token; the
-    // suite's registration says which desktops' dialogs offer it ticked.
-    const std::optional<std::string> token = desktop_->defaults().stringForKey(kRestoreTokenKey);
-    if (!token || token->empty()) {
-      QVERIFY2(qEnvironmentVariableIsEmpty("VORRIK_CONSENT_REMEMBERED"),
-               "the desktop gave no restore token");
-      QSKIP("this desktop remembers no consent");
+  void theAnswerIsRememberedForTheNextLaunch() {
+    // A second Desktop, as Vorrik launched again with the same settings, restores the session
+    // through the stored token: trusted with no dialog.
+    const std::optional<std::string> token =
+        desktop_->defaults().stringForKey("portalRestoreToken");
+    // KDE Plasma's dialog offers to remember, ticked: its registration says so.
+    if (shellMajor() < 48 && (!token || token->empty()) &&
+        qEnvironmentVariableIsEmpty("VORRIK_CONSENT_REMEMBERED")) {
+      QSKIP("GNOME 43 gives no restore token for a remote desktop: it asks at every launch");
     }
-    launch();
-    if (QTest::currentTestFailed()) {
-      return;
-    }
-    QVERIFY(!desktop_->trust().isTrusted(false));
+    QVERIFY2(token && !token->empty(), "the desktop's restore token is stored");
     const std::size_t blurs = receiver_->count(QStringLiteral("blur"));
-    engine_->start();
-    QTRY_VERIFY_WITH_TIMEOUT(desktop_->trust().isTrusted(false), kTimeoutMs);
+    const std::unique_ptr<Desktop> again =
+        chooseBackend(Session::fromEnvironment(), availableBackends())
+            .backend->open(Session::fromEnvironment());
+    QVERIFY(!again->trust().isTrusted(true));
+    QTRY_VERIFY_WITH_TIMEOUT(again->trust().isTrusted(false), kTimeoutMs);
     QCOMPARE(receiver_->count(QStringLiteral("blur")), blurs);
-    QVERIFY2(seen().empty(), "no click while the desktop was asked");
   }
 
   void clicksAtTheCursorLandThereCountedExactly_data() {
@@ -264,56 +291,14 @@ class PortalClicksTest : public QObject {
     QCOMPARE(events, std::vector<QPointF>(6, QPointF(417, 263)));
   }
 
-  void f6StartsAndStopsARunTheWayTheDesktopOffers() {
-    // The hand types F6 while the receiver has the keyboard.
-    if (ToggleShortcut* offered = desktop_->toggleShortcut()) {
-      f6ThroughTheDesktopsOwnShortcut(offered);
-    } else {
+  void f6RunsVorrikThroughTheDesktopShortcutWhenAdded() {
+    // GNOME offers its own shortcut. The one added here runs the real `vorrik --toggle`, which
+    // hands the command to this process as to the running Vorrik; the user's own shortcut stays.
+    ToggleShortcut* offered = desktop_->toggleShortcut();
+    if (offered == nullptr) {
       f6ThroughTheGlobalShortcutsPortal();
+      return;
     }
-  }
-
-  void aRunStopsWhenTheDesktopsHalfOfThePortalDies() {
-    // Last, as it breaks the session. The desktop's half of the portal dies mid-run; the portal
-    // keeps answering events with success and sends no Closed.
-    QVERIFY(desktop_->trust().isTrusted(false));
-    cursorRunFromHere();
-    engine_->start();
-    QTRY_VERIFY_WITH_TIMEOUT(seen().size() >= 4, kTimeoutMs);
-    // Found through this session's own bus: other sessions on the machine have one too.
-    // Each desktop's half is named after it.
-    const QString half = QStringLiteral("org.freedesktop.impl.portal.desktop.") +
-                         qEnvironmentVariable("XDG_CURRENT_DESKTOP").toLower();
-    const uint pid = QDBusConnection::sessionBus().interface()->servicePid(half).value();
-    QVERIFY(pid > 0);
-    const std::int64_t before = engine_->sessionClicks();
-    QCOMPARE(::kill(static_cast<pid_t>(pid), SIGKILL), 0);
-    QTRY_VERIFY_WITH_TIMEOUT(!engine_->running(), kTimeoutMs);
-    QCOMPARE(stops_, std::vector<std::string>{L::t("rd_needed")});
-    // The click in progress, and one that began before the news arrived.
-    QVERIFY2(engine_->sessionClicks() - before <= 2, "no clicks counted into the void");
-    // The next Start asks the desktop again, which asks the user unless it remembers the
-    // consent. The portal starts a new half for that ask, which may answer before it serves
-    // remote desktops: the user's next Start asks then.
-    const auto answered = [this] {
-      return receiver_->last(kFocus) == QStringLiteral("blur") ||
-             desktop_->trust().isTrusted(false);
-    };
-    for (int attempt = 0; attempt < 3 && !answered(); ++attempt) {
-      engine_->start();
-      QVERIFY(!engine_->running());
-      (void)QTest::qWaitFor(answered, 5000);
-    }
-    if (!desktop_->trust().isTrusted(false)) {
-      waitForDialog();
-      refuse();
-    }
-  }
-
- private:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
-  // GNOME 43 offers its own shortcut. The one added here runs the real `vorrik --toggle`, which
-  // hands the command to this process as to the running Vorrik; the user's own shortcut stays.
-  void f6ThroughTheDesktopsOwnShortcut(ToggleShortcut* offered) {
     // gsettings reads the desktop's settings where the session's dconf service writes them.
     qputenv("XDG_CONFIG_HOME", sessionConfig_);
     const QString other = QStringLiteral("['%1']").arg(kOther);
@@ -350,56 +335,109 @@ class PortalClicksTest : public QObject {
     QCOMPARE(customShortcuts(), other);
   }
 
-  // The global-shortcuts portal binds F6 for Vorrik and tells it of each press anywhere.
+  void sigtermMidRunLeavesNoButtonDown() {
+    // The whole program, launched with these settings (the remembered answer included), started
+    // from a shell; its panel opens where the desktop puts it, so the run clicks in a corner.
+    QProcess vorrik;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), config_.path());
+    env.insert(QStringLiteral("LANGUAGE"), QStringLiteral("en"));
+    vorrik.setProcessEnvironment(env);
+    vorrik.setProcessChannelMode(QProcess::ForwardedChannels);
+    const QString bin = qEnvironmentVariable("VORRIK_BIN");
+    vorrik.start(bin, {});
+    QVERIFY(vorrik.waitForStarted());
+    handDo(QStringLiteral("move 1240 760"));
+    seenFrom_ = receiver_->lines().size();
+    auto start = [&] {
+      QProcess command;
+      command.setProcessEnvironment(env);
+      command.start(bin, {QStringLiteral("--start")});
+      return command.waitForFinished(kTimeoutMs) && command.exitCode() == 0;
+    };
+    // Asked again only if the desktop forgot the answer, or the first start found the panel
+    // still coming up.
+    bool running = false;
+    for (int attempt = 0; attempt < 3 && !running; ++attempt) {
+      QVERIFY(start());
+      running = QTest::qWaitFor([this] { return presses() >= 3; }, kTimeoutMs);
+      if (!running) {
+        qWarning() << "no clicks after vorrik --start; the hand accepts the dialog";
+        handDo(QStringLiteral("consent accept"));
+        handDo(QStringLiteral("move 1240 760"));
+        seenFrom_ = receiver_->lines().size();
+      }
+    }
+    QVERIFY2(running, "vorrik --start clicked nowhere the receiver saw");
+    vorrik.terminate();
+    QVERIFY(vorrik.waitForFinished(kTimeoutMs));
+    QTRY_VERIFY_WITH_TIMEOUT(releases() == presses(), kTimeoutMs);
+    for (const Seen& event : seen()) {
+      QCOMPARE(QPointF(event.x, event.y), QPointF(1240, 760));
+    }
+  }
+
+  void aRunStopsWhenTheDesktopsHalfOfThePortalDies() {
+    // Last, as it breaks the session. The desktop's half of the portal dies mid-run; the portal
+    // keeps answering events with success and sends no Closed.
+    QVERIFY(desktop_->trust().isTrusted(false));
+    cursorRunFromHere();
+    engine_->start();
+    QTRY_VERIFY_WITH_TIMEOUT(seen().size() >= 4, kTimeoutMs);
+    // Found through this session's own bus: other sessions on the machine have one too.
+    // Each desktop's half is named after it.
+    const QString half = QStringLiteral("org.freedesktop.impl.portal.desktop.") +
+                         qEnvironmentVariable("XDG_CURRENT_DESKTOP").toLower();
+    const uint pid = QDBusConnection::sessionBus().interface()->servicePid(half).value();
+    QVERIFY(pid > 0);
+    const std::int64_t before = engine_->sessionClicks();
+    QCOMPARE(::kill(static_cast<pid_t>(pid), SIGKILL), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(!engine_->running(), kTimeoutMs);
+    QCOMPARE(stops_, std::vector<std::string>{L::t("rd_needed")});
+    // The click in progress, and one that began before the news arrived.
+    QVERIFY2(engine_->sessionClicks() - before <= 2, "no clicks counted into the void");
+    // The next Start asks the desktop again, which asks the user unless it remembers the
+    // answer (KDE Plasma). The portal starts a new half for that ask, which may answer before
+    // it serves remote desktops: the user's next Start asks then.
+    const auto answered = [this] {
+      return receiver_->last(kFocus) == QStringLiteral("blur") ||
+             desktop_->trust().isTrusted(false);
+    };
+    for (int attempt = 0; attempt < 3 && !answered(); ++attempt) {
+      engine_->start();
+      QVERIFY(!engine_->running());
+      (void)QTest::qWaitFor(answered, 5000);
+    }
+    if (!desktop_->trust().isTrusted(false)) {
+      waitForDialog();
+      refuse();
+    }
+  }
+
+ private:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
+  // Newer GNOME and KDE Plasma offer F6 through their global-shortcuts portal: the first key
+  // monitor asks for the shortcut; GNOME asks the user to add it (its dialog takes the keyboard),
+  // Plasma adds it at once. F6, typed while the receiver has the keyboard, then reaches the
+  // monitor.
   void f6ThroughTheGlobalShortcutsPortal() {
     InputMonitor* input = desktop_->input();
     QVERIFY(input != nullptr);
-    const auto handle = input->addKeyMonitor([this](Key key) {
-      if (key == Key::f6) {
-        engine_->running() ? engine_->stop(L::t("stopped")) : engine_->start();
-      }
-    });
+    int f6 = 0;
+    const auto handle = input->addKeyMonitor([&f6](Key key) { f6 += key == Key::f6 ? 1 : 0; });
     QVERIFY(handle);
-    cursorRunFromHere();
-    // The desktop binds the key a moment after it is asked.
-    for (int attempt = 0; attempt < 10 && !engine_->running(); ++attempt) {
-      QCOMPARE(receiver_->last(kFocus), QStringLiteral("focus"));
-      handDo(QStringLiteral("key F6"));
-      (void)QTest::qWaitFor([this] { return engine_->running(); }, 1000);
+    // The helpers fail the test without ending this function.
+    for (int attempt = 0; attempt < 10 && f6 == 0 && !QTest::currentTestFailed(); ++attempt) {
+      if (receiver_->last(kFocus) == QStringLiteral("blur")) {
+        waitForDialog();
+        handDo(QStringLiteral("shortcuts accept"));
+        waitForDialogGone();
+      } else {
+        handDo(QStringLiteral("key F6"));
+        (void)QTest::qWaitFor([&f6] { return f6 > 0; }, 1000);
+      }
     }
-    QVERIFY(engine_->running());
-    QTRY_VERIFY_WITH_TIMEOUT(seen().size() >= 4, kTimeoutMs);
-    handDo(QStringLiteral("key F6"));
-    QTRY_VERIFY_WITH_TIMEOUT(!engine_->running(), kTimeoutMs);
     input->remove(*handle);
-    QCOMPARE(stops_, std::vector<std::string>{L::t("stopped")});
-    // The press that stopped the run has its release.
-    QTest::qWait(300);
-    int down = 0;
-    for (const Seen& event : seen()) {
-      down += event.what == QStringLiteral("release") ? -1 : 1;
-    }
-    QCOMPARE(down, 0);
-  }
-
-  // Opens the portal backend anew, as a new Vorrik process would, with an engine on it.
-  void launch() {
-    engine_.reset();
-    L::install({});
-    desktop_.reset();
-    const Session session = Session::fromEnvironment();
-    const BackendChoice choice = chooseBackend(session, availableBackends());
-    QVERIFY2(choice.backend != nullptr, choice.why.c_str());
-    QCOMPARE(QString::fromLatin1(choice.backend->name), QStringLiteral("portal"));
-    desktop_ = choice.backend->open(session);
-    L::install({&desktop_->defaults(), &desktop_->preferredLanguages(), &desktop_->center()});
-    engine_ =
-        std::make_unique<ClickEngine>(ClickEngine::Ports{desktop_->mainQueue(), desktop_->trust(),
-                                                         desktop_->injector(), sleeper_, random_},
-                                      std::make_unique<posix::WorkerTimer>());
-    engine_->onStop = [this](const std::optional<std::string>& reason) {
-      stops_.push_back(reason.value_or("-"));
-    };
+    QCOMPARE(f6, 1);
   }
 
   // Sends one command to the hand and waits until mutter has taken it.
@@ -425,8 +463,6 @@ class PortalClicksTest : public QObject {
   // The dialog takes the keyboard from the receiver when it opens, and gives it back.
   void waitForDialog() {
     QTRY_COMPARE_WITH_TIMEOUT(receiver_->last(kFocus), QStringLiteral("blur"), kTimeoutMs);
-    // Its controls take input once it has been drawn.
-    QTest::qWait(1000);
   }
   void waitForDialogGone() {
     QTRY_COMPARE_WITH_TIMEOUT(receiver_->last(kFocus), QStringLiteral("focus"), kTimeoutMs);
@@ -440,15 +476,6 @@ class PortalClicksTest : public QObject {
       handDo(QStringLiteral("consent refuse"));
       (void)QTest::qWaitFor([this] { return receiver_->last(kFocus) == QStringLiteral("focus"); },
                             3000);
-    }
-    waitForDialogGone();
-  }
-
-  void accept() {
-    handDo(QStringLiteral("consent accept"));
-    if (!QTest::qWaitFor([this] { return receiver_->last(kFocus) == QStringLiteral("focus"); },
-                         kTimeoutMs)) {
-      qWarning() << "the dialog stayed; the receiver saw" << receiver_->lines();
     }
     waitForDialogGone();
   }
@@ -467,7 +494,21 @@ class PortalClicksTest : public QObject {
     QTRY_VERIFY_WITH_TIMEOUT(!stops_.empty(), kTimeoutMs);
     QCOMPARE(stops_, std::vector<std::string>{L::t("done", {{"n", std::to_string(count)}})});
     // The last release travels after the stop.
-    QTest::qWait(300);
+    QTRY_VERIFY_WITH_TIMEOUT(releases() == presses(), kTimeoutMs);
+  }
+
+  // Presses (a double click's second one included) and releases since the run began.
+  [[nodiscard]] std::size_t presses() const {
+    const std::vector<Seen> events = seen();
+    return static_cast<std::size_t>(std::count_if(events.begin(), events.end(), [](const Seen& e) {
+      return e.what == QStringLiteral("press") || e.what == QStringLiteral("double");
+    }));
+  }
+  [[nodiscard]] std::size_t releases() const {
+    const std::vector<Seen> events = seen();
+    return static_cast<std::size_t>(std::count_if(events.begin(), events.end(), [](const Seen& e) {
+      return e.what == QStringLiteral("release");
+    }));
   }
 
   // Button events the receiver saw since the current run began.

@@ -68,6 +68,15 @@ class WaylandReceiver {
 
   [[nodiscard]] bool ready() const { return ready_; }
 
+  // Whether the pointer has come onto the window, waiting up to within; lines read meanwhile
+  // are dropped.
+  bool entered(std::chrono::milliseconds within) {
+    if (!entered_) {
+      lines(within, "enter");
+    }
+    return entered_;
+  }
+
   // Every line printed within settle, or until one starts with until.
   std::vector<std::string> lines(std::chrono::milliseconds settle, const std::string& until = {}) {
     std::vector<std::string> got;
@@ -77,6 +86,7 @@ class WaylandReceiver {
            end = pending_.find('\n')) {
         got.push_back(pending_.substr(0, end));
         pending_.erase(0, end + 1);
+        entered_ = entered_ || got.back() == "enter";
         if (!until.empty() && got.back().rfind(until, 0) == 0) {
           return got;
         }
@@ -119,6 +129,7 @@ class WaylandReceiver {
   pid_t pid_ = -1;
   int out_ = -1;
   bool ready_ = false;
+  bool entered_ = false;
   std::string pending_;
 };
 

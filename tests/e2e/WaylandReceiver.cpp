@@ -3,6 +3,7 @@
 // event it receives, one line each, as Qt reports it:
 //   ready WIDTH HEIGHT | press|release|double left|right X Y MILLISECONDS | key NAME
 //   focus|blur: the window gained or lost the keyboard (a dialog over it takes it)
+//   enter: the pointer came onto the window; until then no button reaches it
 // X and Y in output-layout pixels; milliseconds on the monotonic clock.
 #include <QApplication>
 #include <QKeyEvent>
@@ -40,6 +41,9 @@ class Receiver final : public QWidget {
         break;
       case QEvent::MouseButtonDblClick:
         what = "double";
+        break;
+      case QEvent::Enter:
+        say("enter");
         break;
       default:
         break;

@@ -68,6 +68,52 @@ class VorrikPanelTest : public QObject {
     QCOMPARE(rig.ui().stats->text(), "1 clicks this session");
   }
 
+  // A desktop that remembers the user's consent grants it again a moment after the first Start,
+  // without a dialog: that Start clicks once the grant is in, and never before it or after a
+  // Stop. Without a remembered consent, Start asks and stops at once with the line.
+  void startWaitsForARememberedConsent_data() {
+    QTest::addColumn<bool>("remembered");
+    QTest::addColumn<bool>("stopFirst");
+    QTest::addColumn<bool>("granted");
+    QTest::addColumn<unsigned>("presses");
+    QTest::newRow("granted") << true << false << true << 1U;
+    QTest::newRow("stopped while pending") << true << true << true << 0U;
+    QTest::newRow("refused after all") << true << false << false << 0U;
+    QTest::newRow("not remembered") << false << false << true << 0U;
+  }
+  void startWaitsForARememberedConsent() {
+    QFETCH(bool, remembered);
+    QFETCH(bool, stopFirst);
+    QFETCH(bool, granted);
+    QFETCH(unsigned, presses);
+    Rig rig;
+    rig.trust.setTrusted(false);
+    rig.trust.setRefusal(Refusal::notAllowed);
+    rig.trust.setRemembers(remembered);
+    rig.press();
+    QCOMPARE(rig.trust.prompts(), 1);
+    QCOMPARE(rig.engine().running(), remembered);
+    QVERIFY(!rig.timer->armed());
+    if (stopFirst) {
+      rig.press();
+    }
+    rig.trust.answer(granted);
+    rig.timer->fire();
+    rig.queue.drain();
+    QCOMPARE(rig.injector.presses(), std::size_t{presses});
+    const bool clicking = remembered && granted && !stopFirst;
+    QCOMPARE(rig.engine().running(), clicking);
+    QCOMPARE(rig.ui().startBtn->text(), clicking ? "Stop  (F6)" : "Start  (F6)");
+    if (!clicking && !stopFirst) {
+      QCOMPARE(rig.ui().status->text(), QString::fromStdString(L::t("rd_needed")));
+    }
+    // Once stopped, a late grant starts nothing.
+    rig.engine().stop({});
+    rig.trust.answer(true);
+    QVERIFY(!rig.engine().running());
+    QVERIFY(!rig.timer->armed());
+  }
+
   void returnAndTheActionNameToggleToo() {
     Rig rig;
     QTest::keyClick(rig.panel.get(), Qt::Key_Return);

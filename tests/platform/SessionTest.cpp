@@ -28,8 +28,8 @@ std::optional<std::string> x11Unfit(const Session& session) {
   }
   return std::nullopt;
 }
-const Backend kCandidates[] = {{"wlroots", "wayland", &waylandUnfit, nullptr},
-                               {"x11", "xcb", &x11Unfit, nullptr}};
+const Backend kCandidates[] = {{"wlroots", nullptr, &waylandUnfit, nullptr},
+                               {"x11", nullptr, &x11Unfit, nullptr}};
 
 struct SessionCase {
   const char* name;

@@ -9,7 +9,8 @@
 
 namespace vorrik::fake {
 
-// Trusted until told otherwise; counts the questions and the prompts.
+// Trusted until told otherwise; counts the questions and the prompts. A prompt answers only
+// through isTrusted unless the test answers it later (answer).
 class FakeTrust final : public AccessibilityTrust {
  public:
   bool isTrusted(bool prompt) override {
@@ -25,6 +26,36 @@ class FakeTrust final : public AccessibilityTrust {
   void setRevokedHandler(std::function<void()> handler) override {
     std::lock_guard lock(mutex_);
     revoked_ = std::move(handler);
+  }
+  bool remembersConsent() const override {
+    std::lock_guard lock(mutex_);
+    return remembers_;
+  }
+  void setAnswerHandler(std::function<void(bool)> handler) override {
+    std::lock_guard lock(mutex_);
+    answered_ = std::move(handler);
+  }
+  ConsentDialog consentDialog() const override {
+    std::lock_guard lock(mutex_);
+    return dialog_;
+  }
+  void setRemembers(bool remembers) {
+    std::lock_guard lock(mutex_);
+    remembers_ = remembers;
+  }
+  void setConsentDialog(ConsentDialog dialog) {
+    std::lock_guard lock(mutex_);
+    dialog_ = dialog;
+  }
+  // Answers a prompt later, as a desktop does: trusted or not, then the answer handler.
+  void answer(bool trusted) {
+    setTrusted(trusted);
+    std::unique_lock lock(mutex_);
+    const auto handler = answered_;
+    lock.unlock();
+    if (handler) {
+      handler(trusted);
+    }
   }
   void setTrusted(bool trusted) {
     std::lock_guard lock(mutex_);
@@ -60,7 +91,10 @@ class FakeTrust final : public AccessibilityTrust {
   Refusal refusal_ = Refusal::noInjection;
   int prompts_ = 0;
   int queries_ = 0;
+  bool remembers_ = false;
+  ConsentDialog dialog_;
   std::function<void()> revoked_;
+  std::function<void(bool)> answered_;
 };
 
 }  // namespace vorrik::fake

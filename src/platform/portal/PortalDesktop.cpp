@@ -6,6 +6,9 @@
 #include <QGuiApplication>
 #include <QObject>
 #include <QScreen>
+#include <QWindow>
+
+#include <algorithm>
 
 #include "platform/portal/CombinedInput.h"
 #include "platform/portal/GnomeShortcut.h"
@@ -31,12 +34,46 @@ bool waylandSocketExists(const std::string& display) {
   return stat(path.c_str(), &info) == 0 && S_ISSOCK(info.st_mode);
 }
 
+// Whether DISPLAY names an X server here: a local display's socket is there. A remote one is
+// taken at its word.
+bool xServerExists(const std::string& display) {
+  if (display.empty()) {
+    return false;
+  }
+  if (display.front() != ':') {
+    return true;
+  }
+  const std::string number = display.substr(1, display.find('.') - 1);
+  struct stat info {};
+  return stat(("/tmp/.X11-unix/X" + number).c_str(), &info) == 0 && S_ISSOCK(info.st_mode);
+}
+
+// The portal's handle of the application's own window, for the consent dialog to belong to: the
+// first shown top-level window, the panel, as the portal names an X11 window. A native Wayland
+// window would need an exported xdg-foreign handle, which Qt offers no way to make; its dialog
+// then has no parent.
+QString parentWindow() {
+  if (QGuiApplication::platformName() != QStringLiteral("xcb")) {
+    return {};
+  }
+  const QList<QWindow*> windows = QGuiApplication::topLevelWindows();
+  const auto found = std::find_if(windows.begin(), windows.end(), [](const QWindow* window) {
+    return window->isVisible() && window->transientParent() == nullptr &&
+           (window->type() == Qt::Tool || window->type() == Qt::Window ||
+            window->type() == Qt::Dialog);
+  });
+  return found == windows.end() ? QString()
+                                : QStringLiteral("x11:%1").arg((*found)->winId(), 0, 16);
+}
+
 // Members in the order they must be built: the Qt services and the store first (the base), then the
 // session that keeps its restore token there, then what uses the session.
 class PortalDesktop final : public qt::QtDesktop {
  public:
   explicit PortalDesktop(unsigned version)
-      : session_(defaults(), version), trust_(session_), injector_(session_) {
+      : session_(defaults(), version),
+        trust_(session_, &parentWindow, qEnvironmentVariable("XDG_CURRENT_DESKTOP")),
+        injector_(session_) {
     // Xwayland's cover shows the desktop under its tint and knows exact root coordinates; the
     // Wayland overlay, which GNOME draws over black, is for sessions without Xwayland.
     if (cover_) {
@@ -110,6 +147,10 @@ std::optional<std::string> unfit(const Session& session) {
     return "no desktop portal offers remote desktop on the session bus";
   }
   return std::nullopt;
+}
+
+std::string_view qtPlatform(const Session& session) {
+  return xServerExists(session.display) ? "xcb" : "wayland";
 }
 
 std::unique_ptr<Desktop> openDesktop(const Session& /*session*/) {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/Backend.h"
 
@@ -12,6 +13,11 @@ namespace vorrik::portal {
 // Why the portal backend cannot serve session (no Wayland display, or no desktop portal that
 // offers remote desktop), or nothing; asks the session bus once.
 std::optional<std::string> unfit(const Session& session);
+
+// The Qt platform for its windows: Xwayland's where the session has it, since GNOME and KDE
+// Plasma keep an X11 window above others when it asks and give no native Wayland window that
+// way; the portal's dialog can then also name the panel as its parent. Else Wayland's.
+std::string_view qtPlatform(const Session& session);
 
 // Clicks through the portal's remote-desktop session, with the Qt main queue, settings,
 // languages and notifications; after the QApplication exists.

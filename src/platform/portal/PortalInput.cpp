@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/portal/PortalInput.h"
 
+#include <QStringList>
+
 #include <cmath>
 #include <utility>
 
@@ -52,12 +54,32 @@ void PortalInjector::post(const MouseEvent& event) {
                          event.action == MouseAction::down);
 }
 
-PortalTrust::PortalTrust(PortalSession& session) : session_(session) {
+PortalTrust::PortalTrust(PortalSession& session, std::function<QString()> parentWindow,
+                         const QString& desktop)
+    : session_(session), parentWindow_(std::move(parentWindow)) {
+  // XDG_CURRENT_DESKTOP is a list, such as "ubuntu:GNOME"; the portal's dialog is the one of
+  // the desktop named there.
+  const QStringList names = desktop.split(QLatin1Char(':'));
+  if (names.contains(QStringLiteral("GNOME"), Qt::CaseInsensitive)) {
+    dialog_.desktop = ConsentDialog::Desktop::gnome;
+  } else if (names.contains(QStringLiteral("KDE"), Qt::CaseInsensitive)) {
+    dialog_.desktop = ConsentDialog::Desktop::kde;
+  }
+  dialog_.remembers = session_.restores();
   session_.onRevoked = [this] {
     if (revoked_) {
       revoked_();
     }
   };
+  session_.onAnswered = [this](bool started) {
+    if (answered_) {
+      answered_(started);
+    }
+  };
+}
+
+void PortalTrust::setAnswerHandler(std::function<void(bool)> handler) {
+  answered_ = std::move(handler);
 }
 
 bool PortalTrust::isTrusted(bool prompt) {
@@ -66,9 +88,7 @@ bool PortalTrust::isTrusted(bool prompt) {
     return true;
   }
   if (prompt && state == PortalSession::State::idle) {
-    // No window handle the portal could use is at hand on Wayland; the dialog is then centred
-    // on its own, which is the desktop's choice for a request without a parent.
-    session_.ask();
+    session_.ask(parentWindow_ ? parentWindow_() : QString());
   }
   return false;
 }

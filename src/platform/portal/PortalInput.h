@@ -5,6 +5,7 @@
 // portal's remote-desktop session (GNOME, KDE Plasma on Wayland).
 
 #include <QRect>
+#include <QString>
 
 #include <atomic>
 #include <functional>
@@ -48,21 +49,31 @@ class PortalInjector final : public EventInjector {
   QRect screen_;  // guarded by mutex_
 };
 
-// Trusted while the session is started. Asking (prompt) opens the desktop's consent dialog and
-// answers false at once: the answer arrives later, and the run that asked has been refused, as
-// where the system's own settings grant the permission. A refusal or revocation leaves it
+// Trusted while the session is started. Asking (prompt) asks the desktop for the session and
+// answers false at once; the answer arrives later through the answer handler. Where the desktop
+// remembers the user's consent it restores the session without a dialog; else it opens its
+// consent dialog, over the window parentWindow names. A refusal or revocation leaves it
 // untrusted, so the next prompt asks again.
 class PortalTrust final : public AccessibilityTrust {
  public:
-  explicit PortalTrust(PortalSession& session);
+  // parentWindow: the portal's handle of the window the dialog belongs to, or empty; asked at
+  // each prompt. desktop: the desktop's name as XDG_CURRENT_DESKTOP gives it.
+  PortalTrust(PortalSession& session, std::function<QString()> parentWindow,
+              const QString& desktop);
 
   bool isTrusted(bool prompt) override;
   [[nodiscard]] Refusal refusal() const override { return Refusal::notAllowed; }
   void setRevokedHandler(std::function<void()> handler) override;
+  [[nodiscard]] bool remembersConsent() const override { return session_.remembersConsent(); }
+  void setAnswerHandler(std::function<void(bool)> handler) override;
+  [[nodiscard]] ConsentDialog consentDialog() const override { return dialog_; }
 
  private:
   PortalSession& session_;
-  std::function<void()> revoked_;  // main thread only
+  std::function<QString()> parentWindow_;
+  ConsentDialog dialog_;
+  std::function<void()> revoked_;       // main thread only
+  std::function<void(bool)> answered_;  // main thread only
 };
 
 }  // namespace vorrik::portal

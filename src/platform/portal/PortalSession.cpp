@@ -60,6 +60,11 @@ PortalSession::~PortalSession() {
   QDBusConnection::disconnectFromBus(name);
 }
 
+bool PortalSession::remembersConsent() const {
+  const auto token = defaults_.stringForKey(kRestoreTokenKey);
+  return restores() && token && !token->empty();
+}
+
 void PortalSession::ask(const QString& parentWindow) {
   if (state_.load() != State::idle) {
     return;
@@ -71,6 +76,7 @@ void PortalSession::ask(const QString& parentWindow) {
   }
   state_.store(State::asking);
   parentWindow_ = parentWindow;
+  restoring_ = false;
   QVariantMap options{
       {QStringLiteral("session_handle_token"), QStringLiteral("vorrik%1").arg(++counter_)}};
   request(Step::create, QStringLiteral("CreateSession"), {}, options);
@@ -98,6 +104,11 @@ void PortalSession::onResponse(uint response, const QVariantMap& results) {
   if (response != 0) {
     // 1: the user refused; 2: the desktop ended the dialog some other way.
     qCInfo(lcPortal) << "remote desktop refused, response" << response;
+    if (step == Step::start && std::exchange(restoring_, false)) {
+      // The token did not restore the session, and the user said no (or was not asked): the
+      // desktop no longer remembers, and the next launch explains its dialog again.
+      defaults_.setString(kRestoreTokenKey, "");
+    }
     answered(false);
     return;
   }
@@ -116,10 +127,11 @@ void PortalSession::onResponse(uint response, const QVariantMap& results) {
       bus_.connect(QString::fromLatin1(kPortalService), session, kSession, QStringLiteral("Closed"),
                    this, SLOT(onClosed(QVariantMap)));
       QVariantMap options{{QStringLiteral("types"), kPointer}};
-      if (version_ >= 2) {
+      if (restores()) {
         options.insert(QStringLiteral("persist_mode"), kPersistUntilRevoked);
         if (const auto token = defaults_.stringForKey(kRestoreTokenKey); token && !token->empty()) {
           options.insert(QStringLiteral("restore_token"), QString::fromStdString(*token));
+          restoring_ = true;
         }
       }
       request(Step::select, QStringLiteral("SelectDevices"),

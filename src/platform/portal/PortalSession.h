@@ -47,6 +47,11 @@ class PortalSession final : public QObject {
   // Asks the desktop for the session unless it is started or being asked for; the desktop may
   // show its consent dialog over parentWindow (a portal window handle, or empty). Main thread.
   void ask(const QString& parentWindow = {});
+  // Whether the desktop remembers the user's consent: the portal restores sessions and holds a
+  // token from the last one, so the next ask starts the session without a dialog. Main thread.
+  [[nodiscard]] bool remembersConsent() const;
+  // Whether the portal can restore a session, so that the dialog offers to remember the answer.
+  [[nodiscard]] bool restores() const { return version_ >= 2; }
   // Where the session stands; any thread.
   [[nodiscard]] State state() const { return state_.load(); }
   // Called on the main thread when a started session ends without this process ending it (the
@@ -80,6 +85,8 @@ class PortalSession final : public QObject {
   DefaultsStore& defaults_;
   unsigned version_;
   QString parentWindow_;
+  // Whether the ask in progress sent a restore token.
+  bool restoring_ = false;
   Step step_ = Step::none;
   QString requestPath_;
   unsigned counter_ = 0;

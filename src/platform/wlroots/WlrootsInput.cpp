@@ -228,6 +228,13 @@ class VirtualPointer {
     // The compositor adds the new device to the seat while handling this round trip; a button
     // sent before that is dropped.
     wl_display_roundtrip(display_);
+    // On a seat whose first pointer this is (wlroots 0.18 and later give a seat pointer focus
+    // only once it has a pointer device), the window under the cursor gets the pointer only at
+    // its next motion; until then clicks at the cursor reach nobody. A motion of nothing gives
+    // it the pointer now without moving it, so no click has to.
+    zwlr_virtual_pointer_v1_motion(pointer_, nowMs(), wl_fixed_from_int(0), wl_fixed_from_int(0));
+    zwlr_virtual_pointer_v1_frame(pointer_);
+    wl_display_flush(display_);
   }
   ~VirtualPointer() {
     if (display_ == nullptr) {

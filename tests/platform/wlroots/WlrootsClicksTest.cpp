@@ -54,6 +54,33 @@ class WlrootsClicks : public test::EngineOnServer<wlroots::WlrootsTrust, wlroots
   e2e::WaylandReceiver receiver{VORRIK_WAYLAND_RECEIVER};
 };
 
+// A window that was there before Vorrik: on a seat with no other pointer, the virtual pointer is
+// its first, so nothing has put the pointer on it until the injector does.
+struct EarlierWindow {
+  e2e::WaylandReceiver receiver{VORRIK_WAYLAND_RECEIVER};
+};
+
+class WlrootsClicksOnAnEarlierWindow
+    : public EarlierWindow,
+      public test::EngineOnServer<wlroots::WlrootsTrust, wlroots::WlrootsInjector> {};
+
+TEST_F(WlrootsClicksOnAnEarlierWindow, EveryClickAtTheUnmovedCursorArrives) {
+  ASSERT_TRUE(receiver.ready()) << "needs a compositor: run through scripts/sessions/with-sway.sh";
+  ASSERT_TRUE(injector.connected());
+  ASSERT_TRUE(receiver.entered(20s)) << "the pointer never came onto the window";
+  engine.intervalMs = 50;
+  engine.maxClicks = 5;
+  engine.start();
+  pumpUntil([&] { return stopText.has_value(); });
+  EXPECT_EQ(stopText, "Done: 5 clicks.");
+  const std::vector<WaylandButton> events = receiver.buttons(300ms);
+  ASSERT_EQ(events.size(), 10U);
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    EXPECT_EQ(events[i].kind == "release", i % 2 == 1) << i;
+    EXPECT_EQ(events[i].at, events.front().at) << i;
+  }
+}
+
 TEST_F(WlrootsClicks, LeftClicksVisitThePointsInOrderAndStopAtTheCount) {
   const std::vector<ClickPoint> points{{100, 150}, {400, 300}, {1279, 719}};
   engine.points.assign(points);
@@ -100,7 +127,7 @@ TEST_F(WlrootsClicks, PointsOutsideEveryOutputAreRefused) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const struct {
     ClickPoint at;
-    bool made;
+    bool made = false;
   } cases[] = {{{0, 0}, true},
                {{1279, 719}, true},
                {{-1, 0}, false},

@@ -10,6 +10,7 @@
 #include <QTest>
 #include <QWindow>
 
+#include <algorithm>
 #include <optional>
 
 #include "e2e/WaylandPeer.h"
@@ -40,14 +41,25 @@ class WlrootsDesktopTest : public QObject {
   }
 
   void aPickRecordsOneClickWhereItLandsOrCancels() {
-    // A second output right of the first: points come back in layout pixels on either.
+    // A second output right of the first: points come back in layout pixels on either. Sway
+    // 1.10 configures a new output only after create_output has answered: nothing is sent there
+    // until sway lists it as active in the layout and Qt has a screen in the same place.
     QVERIFY(sway("create_output"));
-    QTRY_COMPARE(QGuiApplication::screens().size(), 2);
     QRect right;
-    for (const QScreen* screen : QGuiApplication::screens()) {
-      right = screen->geometry().x() > right.x() ? screen->geometry() : right;
-    }
-    QVERIFY(right.x() > 0);
+    QVERIFY(QTest::qWaitFor(
+        [&] {
+          right = rightmostOutput();
+          return right.x() > 0;
+        },
+        20000));
+    QVERIFY(QTest::qWaitFor(
+        [&] {
+          const auto screens = QGuiApplication::screens();
+          return screens.size() == 2 &&
+                 std::any_of(screens.begin(), screens.end(),
+                             [&](const QScreen* screen) { return screen->geometry() == right; });
+        },
+        20000));
     // This process's other window, as the panel is: a click on it (under the cover) cancels.
     QWidget panel;
     panel.setWindowTitle(QStringLiteral("Panel"));
@@ -158,6 +170,22 @@ class WlrootsDesktopTest : public QObject {
     const auto reply =
         wayland::swayRequest(qEnvironmentVariable("SWAYSOCK").toStdString(), 0, command);
     return reply && wayland::swaySucceeded(*reply);
+  }
+
+  // The rightmost output sway lists as active with a mode, in layout pixels.
+  static QRect rightmostOutput() {
+    const auto reply = wayland::swayRequest(qEnvironmentVariable("SWAYSOCK").toStdString(), 3, {});
+    QRect right;
+    for (const auto& value :
+         QJsonDocument::fromJson(QByteArray::fromStdString(reply.value_or(""))).array()) {
+      const QJsonObject output = value.toObject();
+      const QJsonObject r = output["rect"].toObject();
+      const QRect rect(r["x"].toInt(), r["y"].toInt(), r["width"].toInt(), r["height"].toInt());
+      if (output["active"].toBool() && !rect.isEmpty() && rect.x() >= right.x()) {
+        right = rect;
+      }
+    }
+    return right;
   }
 
   // How many pick covers sway shows floated, as the overlay asks it to.
