@@ -396,18 +396,19 @@ class PortalClicksTest : public QObject {
     QCOMPARE(stops_, std::vector<std::string>{L::t("rd_needed")});
     // The click in progress, and one that began before the news arrived.
     QVERIFY2(engine_->sessionClicks() - before <= 2, "no clicks counted into the void");
-    // The next Start asks the desktop again, which asks the user unless it remembers the
-    // answer (KDE Plasma). The portal starts a new half for that ask, which may answer before
-    // it serves remote desktops: the user's next Start asks then.
+    // The next Start asks the desktop again: with its dialog, or silently where it remembers
+    // the answer (GNOME 48, KDE Plasma), and that run then clicks once the session is back. The
+    // portal starts a new half for that ask, which may answer before it serves remote desktops:
+    // the user's next Start asks then.
     const auto answered = [this] {
       return receiver_->last(kFocus) == QStringLiteral("blur") ||
              desktop_->trust().isTrusted(false);
     };
     for (int attempt = 0; attempt < 3 && !answered(); ++attempt) {
       engine_->start();
-      QVERIFY(!engine_->running());
       (void)QTest::qWaitFor(answered, 5000);
     }
+    engine_->stop(L::t("stopped"));
     if (!desktop_->trust().isTrusted(false)) {
       waitForDialog();
       refuse();
