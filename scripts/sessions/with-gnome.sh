@@ -30,10 +30,8 @@ done
 for tool in dbus-run-session dbus-daemon gnome-shell pipewire gdbus fusermount3 Xwayland xdpyinfo; do
   command -v "$tool" >/dev/null || { echo "$tool is not installed (run scripts/test once)" >&2; exit 1; }
 done
-portal=/usr/libexec/xdg-desktop-portal
-portal_gnome=/usr/libexec/xdg-desktop-portal-gnome
 media_keys_daemon=/usr/libexec/gsd-media-keys
-for tool in "$portal" "$portal_gnome" ${media_keys:+"$media_keys_daemon"}; do
+for tool in /usr/libexec/xdg-desktop-portal /usr/libexec/xdg-desktop-portal-gnome ${media_keys:+"$media_keys_daemon"}; do
   [ -x "$tool" ] || { echo "$tool is not installed (run scripts/test once)" >&2; exit 1; }
 done
 
@@ -48,8 +46,21 @@ unset VORRIK_GNOME_INNER
 tmp=$(mktemp -d)
 chmod 700 "$tmp"
 pids=()
+# Services the bus started for us, stopped through whoever owns their names at the end.
+activated=(org.freedesktop.portal.Desktop org.freedesktop.impl.portal.desktop.gnome
+  org.freedesktop.impl.portal.desktop.gtk org.freedesktop.portal.Documents
+  org.freedesktop.impl.portal.PermissionStore)
+owner_pid() {
+  gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
+    --method org.freedesktop.DBus.GetConnectionUnixProcessID "$1" 2>/dev/null |
+    sed -n 's/^(uint32 \([0-9]*\),)$/\1/p'
+}
 cleanup() {
-  local i
+  local i name pid
+  for name in "${activated[@]}"; do
+    pid=$(owner_pid "$name")
+    [ -n "$pid" ] && kill "$pid" 2>/dev/null || true
+  done
   # Newest first: the portals before the shell, the shell before the buses it uses.
   for ((i = ${#pids[@]} - 1; i >= 0; i--)); do kill "${pids[$i]}" 2>/dev/null || true; done
   for ((i = ${#pids[@]} - 1; i >= 0; i--)); do wait "${pids[$i]}" 2>/dev/null || true; done
@@ -107,6 +118,13 @@ dbus-update-activation-environment HOME XDG_RUNTIME_DIR XDG_CONFIG_HOME XDG_DATA
   XDG_CACHE_HOME XDG_CURRENT_DESKTOP XDG_SESSION_TYPE DBUS_SYSTEM_BUS_ADDRESS NO_AT_BRIDGE \
   GTK_A11Y GIO_USE_VFS 2>/dev/null || true
 
+# Xwayland refuses a socket directory that others cannot write to, as a stray server run with a
+# strict umask may leave it; its usual mode puts that right.
+if [ -z "$no_x11" ] && [ -d /tmp/.X11-unix ] && [ "$(stat -c %a /tmp/.X11-unix)" != 1777 ]; then
+  chmod 1777 /tmp/.X11-unix 2>/dev/null ||
+    fail "/tmp/.X11-unix is not writable by all (mode $(stat -c %a /tmp/.X11-unix)): Xwayland will not start"
+fi
+
 wayland="wayland-vorrik-$$"
 gnome-shell --headless --wayland ${no_x11:+--no-x11} --wayland-display "$wayland" \
   --virtual-monitor "$size" >"$tmp/gnome-shell.log" 2>&1 &
@@ -142,11 +160,25 @@ if [ -z "$no_x11" ]; then
   until_ok 30 xdpyinfo || fail "Xwayland on $DISPLAY does not answer"
 fi
 
-# The shell starts in the overview; Escape leaves it.
+# The shell starts in the overview; Escape leaves it, once the shell shows it and takes keys,
+# so again until it is gone.
+overview_active() {
+  gdbus call --session --dest org.gnome.Shell --object-path /org/gnome/Shell \
+    --method org.freedesktop.DBus.Properties.Get org.gnome.Shell OverviewActive | grep -q true
+}
+overview_gone() { ! overview_active; }
 if [ -n "$hand" ]; then
-  until_ok 20 has_name org.gnome.Shell || fail "gnome-shell never owned its name"
-  sleep 1
-  printf 'key Escape\n' | "$hand" >"$tmp/hand.log" 2>&1 || fail "could not leave the overview"
+  until_ok 30 has_name org.gnome.Shell || fail "gnome-shell never owned its name"
+  until_ok 30 overview_active || true
+  left=""
+  for _ in 1 2 3 4 5 6 7 8 9 10; do
+    printf 'key Escape\n' | "$hand" >>"$tmp/hand.log" 2>&1 || fail "the hand could not press Escape"
+    if until_ok 5 overview_gone; then
+      left=1
+      break
+    fi
+  done
+  [ -n "$left" ] || fail "could not leave the overview"
 fi
 
 if [ -n "$media_keys" ]; then
@@ -155,11 +187,36 @@ if [ -n "$media_keys" ]; then
   until_ok 30 has_name org.gnome.SettingsDaemon.MediaKeys || fail "gsd-media-keys did not start"
 fi
 
-"$portal_gnome" >"$tmp/portal-gnome.log" 2>&1 &
-pids+=($!)
-until_ok 30 has_name org.freedesktop.impl.portal.desktop.gnome || fail "xdg-desktop-portal-gnome did not start"
-"$portal" >"$tmp/portal.log" 2>&1 &
-pids+=($!)
+# The portal's GNOME half takes its Wayland connection from the shell, which keeps one such
+# client: a second copy (newer shells' Xwayland wakes one through the bus already) would take
+# the connection from the first. So only the bus starts it, once the shell is up and the bus's
+# activation environment names the display, and it counts as started when it offers remote
+# desktops and the same process has owned its name for 2 s.
+start_service() {
+  gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
+    --method org.freedesktop.DBus.StartServiceByName "$1" 0
+}
+name_owner() {
+  gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
+    --method org.freedesktop.DBus.GetNameOwner "$1" 2>/dev/null
+}
+gnome_half=org.freedesktop.impl.portal.desktop.gnome
+settled_owner=""
+settled_since=0
+gnome_half_settled() {
+  gdbus introspect --session --dest "$gnome_half" --object-path /org/freedesktop/portal/desktop \
+    2>/dev/null | grep -q 'interface org.freedesktop.impl.portal.RemoteDesktop ' || return 1
+  local owner
+  owner=$(name_owner "$gnome_half") || return 1
+  if [ "$owner" != "$settled_owner" ]; then
+    settled_owner=$owner
+    settled_since=$SECONDS
+  fi
+  [ $((SECONDS - settled_since)) -ge 2 ]
+}
+until_ok 30 start_service "$gnome_half" || fail "the bus did not start xdg-desktop-portal-gnome"
+until_ok 60 gnome_half_settled || fail "xdg-desktop-portal-gnome offers no remote desktop"
+until_ok 30 start_service org.freedesktop.portal.Desktop || fail "the bus did not start xdg-desktop-portal"
 remote_desktop_version() {
   gdbus call --session --dest org.freedesktop.portal.Desktop \
     --object-path /org/freedesktop/portal/desktop --method org.freedesktop.DBus.Properties.Get \

@@ -8,6 +8,10 @@
 //   press BUTTON, release BUTTON, click BUTTON   (left or right)
 //   sleep MS
 //   node                the PipeWire node showing the monitor (for screenshots)
+//   consent accept      answer the desktop's open consent dialog as a user would: allow remote
+//   consent refuse      interaction and share, or cancel (on a 1280x800 monitor; the layout is
+//                       the running GNOME Shell's, read from its ShellVersion)
+//   shortcuts accept    add the shortcuts an application asked for (GNOME 48's dialog)
 // mutter ends the session when this process ends; the desktop's seat then has no keyboard,
 // and the focused window is told it lost the keyboard.
 #include <QCoreApplication>
@@ -17,6 +21,8 @@
 #include <QDBusReply>
 #include <QDBusVariant>
 #include <QEventLoop>
+#include <QProcess>
+#include <QRegularExpression>
 #include <QTextStream>
 #include <QThread>
 #include <QTimer>
@@ -25,6 +31,7 @@
 #include <cstdio>
 #include <map>
 #include <optional>
+#include <vector>
 
 namespace {
 
@@ -71,6 +78,58 @@ std::optional<int> button(const QString& name) {
     return 0x111;
   }
   return std::nullopt;
+}
+
+// The running GNOME Shell's major version: its ShellVersion property, else what the installed
+// shell says of itself; 0 when neither tells.
+int shellMajor() {
+  QDBusMessage get = QDBusMessage::createMethodCall(
+      QStringLiteral("org.gnome.Shell"), QStringLiteral("/org/gnome/Shell"),
+      QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+  get << QStringLiteral("org.gnome.Shell") << QStringLiteral("ShellVersion");
+  const QDBusReply<QDBusVariant> reply = QDBusConnection::sessionBus().call(get);
+  QString version = reply.isValid() ? reply.value().variant().toString() : QString();
+  if (version.isEmpty()) {
+    QProcess shell;
+    shell.start(QStringLiteral("gnome-shell"), {QStringLiteral("--version")});
+    shell.waitForFinished();
+    version = QString::fromUtf8(shell.readAllStandardOutput());
+  }
+  const QRegularExpressionMatch match =
+      QRegularExpression(QStringLiteral("(\\d+)\\.")).match(version);
+  return match.hasMatch() ? match.captured(1).toInt() : 0;
+}
+
+// Where each GNOME draws its remote-desktop consent dialog on a 1280x800 monitor, as hand
+// commands. Moving one pixel first gives the dialog a motion inside it, so that it sees the
+// pointer enter before the click.
+struct ConsentSteps {
+  int fromMajor;
+  QStringList accept;
+  QStringList refuse;
+  QStringList addShortcuts;  // empty where the desktop has no such dialog
+};
+const std::vector<ConsentSteps>& consentLayouts() {
+  static const std::vector<ConsentSteps> kLayouts{
+      // 43: the "Allow Remote Interaction" switch, then Share; Escape cancels.
+      {43,
+       {QStringLiteral("move 819 340"), QStringLiteral("move 820 340"),
+        QStringLiteral("click left"), QStringLiteral("sleep 300"), QStringLiteral("move 842 289"),
+        QStringLiteral("move 843 289"), QStringLiteral("click left")},
+       {QStringLiteral("key Escape")},
+       {}},
+      // 48: the switch, then Share in the header bar ("Remember This Selection" is ticked
+      // already); Cancel at the header bar's other end.
+      {48,
+       {QStringLiteral("move 884 323"), QStringLiteral("move 885 323"),
+        QStringLiteral("click left"), QStringLiteral("sleep 300"), QStringLiteral("move 920 189"),
+        QStringLiteral("move 921 189"), QStringLiteral("click left")},
+       {QStringLiteral("move 359 189"), QStringLiteral("move 360 189"),
+        QStringLiteral("click left")},
+       // "Add Keyboard Shortcuts": its default button adds them.
+       {QStringLiteral("key Return")}},
+  };
+  return kLayouts;
 }
 
 class Hand {
@@ -189,6 +248,15 @@ class Hand {
       QTextStream(stdout) << "node " << watch_.node << Qt::endl;
       return {};
     }
+    if (verb == QStringLiteral("consent") && words.size() == 2 &&
+        (words[1] == QStringLiteral("accept") || words[1] == QStringLiteral("refuse"))) {
+      return consent(words[1] == QStringLiteral("accept") ? &ConsentSteps::accept
+                                                          : &ConsentSteps::refuse);
+    }
+    if (verb == QStringLiteral("shortcuts") && words.size() == 2 &&
+        words[1] == QStringLiteral("accept")) {
+      return consent(&ConsentSteps::addShortcuts);
+    }
     if (verb == QStringLiteral("sleep") && words.size() == 2) {
       QThread::msleep(words[1].toULong());
       return {};
@@ -197,6 +265,31 @@ class Hand {
   }
 
  private:
+  QString consent(QStringList ConsentSteps::*answer) {
+    if (major_ == 0) {
+      major_ = shellMajor();
+    }
+    // The newest layout not newer than the running shell.
+    const ConsentSteps* layout = nullptr;
+    for (const ConsentSteps& candidate : consentLayouts()) {
+      if (candidate.fromMajor <= major_) {
+        layout = &candidate;
+      }
+    }
+    if (layout == nullptr) {
+      return QStringLiteral("no consent dialog layout for GNOME Shell %1").arg(major_);
+    }
+    if ((layout->*answer).isEmpty()) {
+      return QStringLiteral("GNOME Shell %1 has no such dialog").arg(major_);
+    }
+    for (const QString& step : layout->*answer) {
+      if (QString why = run(step); !why.isEmpty()) {
+        return why;
+      }
+    }
+    return {};
+  }
+
   // A synchronous call, so that "ok" means mutter has taken the event.
   QString call(const QString& method, const QVariantList& args) {
     QDBusMessage message = QDBusMessage::createMethodCall(
@@ -209,6 +302,7 @@ class Hand {
   QString session_;
   QString stream_;
   StreamWatch watch_;
+  int major_ = 0;
 };
 
 }  // namespace

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The click engine with the portal backend on a private headless GNOME Shell (with-gnome.sh):
-// the desktop's consent dialog refused with Escape and then accepted as a user would, through
+// the desktop's consent dialog refused and then accepted as a user would, through
 // gnome_hand (mutter's own input, which asks nobody); then real clicks through the portal into
 // a full-screen Qt Wayland window, at the cursor and at given points, counted and placed
 // exactly; a point picked through the desktop's overlay clicked there; F6 through the desktop's
@@ -8,6 +8,8 @@
 // are generous; bench/ measures precision.
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
+#include <QDBusReply>
+#include <QDBusVariant>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -51,6 +53,18 @@ QString customShortcuts(const QString& value = {}) {
   gsettings.waitForFinished();
   return QString::fromUtf8(gsettings.readAllStandardOutput()).trimmed();
 }
+// The running GNOME Shell's major version, 0 if it does not say.
+int shellMajor() {
+  QDBusMessage get = QDBusMessage::createMethodCall(
+      QStringLiteral("org.gnome.Shell"), QStringLiteral("/org/gnome/Shell"),
+      QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+  get << QStringLiteral("org.gnome.Shell") << QStringLiteral("ShellVersion");
+  const QDBusReply<QDBusVariant> reply = QDBusConnection::sessionBus().call(get);
+  return reply.isValid()
+             ? reply.value().variant().toString().section(QLatin1Char('.'), 0, 0).toInt()
+             : 0;
+}
+
 const QStringList kFocus{QStringLiteral("focus"), QStringLiteral("blur")};
 
 // A child process that talks in lines on stdout, kept as they arrive.
@@ -151,16 +165,40 @@ class PortalClicksTest : public QObject {
     }
     QTest::qWait(300);
     QVERIFY(!desktop_->trust().isTrusted(false));
-    engine_->start();
-    QCOMPARE(stops_.size(), 2U);
-    QVERIFY(!engine_->running());
-    waitForDialog();
-    accept();
-    if (QTest::currentTestFailed()) {
-      return;
+    // Accepted; asked again when the dialog took the hand's clicks before it had settled (it
+    // then stays, or ends without remote interaction), which a loaded machine brings about.
+    for (int attempt = 0; attempt < 3 && !desktop_->trust().isTrusted(false); ++attempt) {
+      engine_->start();
+      QVERIFY(!engine_->running());
+      waitForDialog();
+      handDo(QStringLiteral("consent accept"));
+      if (!QTest::qWaitFor([this] { return receiver_->last(kFocus) == QStringLiteral("focus"); },
+                           kTimeoutMs)) {
+        qWarning() << "the dialog stayed after the hand accepted it; refused, asked again";
+        refuse();
+      }
+      (void)QTest::qWaitFor([this] { return desktop_->trust().isTrusted(false); }, kTimeoutMs);
     }
-    QTRY_VERIFY_WITH_TIMEOUT(desktop_->trust().isTrusted(false), kTimeoutMs);
+    QVERIFY(desktop_->trust().isTrusted(false));
     QVERIFY2(seen().empty(), "no click while the desktop was asking");
+  }
+
+  void theAnswerIsRememberedForTheNextLaunch() {
+    // A second Desktop, as Vorrik launched again with the same settings, restores the session
+    // through the stored token: trusted with no dialog.
+    const std::optional<std::string> token =
+        desktop_->defaults().stringForKey("portalRestoreToken");
+    if (shellMajor() < 48 && (!token || token->empty())) {
+      QSKIP("GNOME 43 gives no restore token for a remote desktop: it asks at every launch");
+    }
+    QVERIFY2(token && !token->empty(), "the desktop's restore token is stored");
+    const std::size_t blurs = receiver_->count(QStringLiteral("blur"));
+    const std::unique_ptr<Desktop> again =
+        chooseBackend(Session::fromEnvironment(), availableBackends())
+            .backend->open(Session::fromEnvironment());
+    QVERIFY(!again->trust().isTrusted(true));
+    QTRY_VERIFY_WITH_TIMEOUT(again->trust().isTrusted(false), kTimeoutMs);
+    QCOMPARE(receiver_->count(QStringLiteral("blur")), blurs);
   }
 
   void clicksAtTheCursorLandThereCountedExactly_data() {
@@ -253,7 +291,10 @@ class PortalClicksTest : public QObject {
     // GNOME offers its own shortcut. The one added here runs the real `vorrik --toggle`, which
     // hands the command to this process as to the running Vorrik; the user's own shortcut stays.
     ToggleShortcut* offered = desktop_->toggleShortcut();
-    QVERIFY(offered != nullptr);
+    if (offered == nullptr) {
+      f6ThroughTheGlobalShortcutsPortal();
+      return;
+    }
     // gsettings reads the desktop's settings where the session's dconf service writes them.
     qputenv("XDG_CONFIG_HOME", sessionConfig_);
     const QString other = QStringLiteral("['%1']").arg(kOther);
@@ -290,6 +331,48 @@ class PortalClicksTest : public QObject {
     QCOMPARE(customShortcuts(), other);
   }
 
+  void sigtermMidRunLeavesNoButtonDown() {
+    // The whole program, launched with these settings (the remembered answer included), started
+    // from a shell; its panel opens where the desktop puts it, so the run clicks in a corner.
+    QProcess vorrik;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), config_.path());
+    env.insert(QStringLiteral("LANGUAGE"), QStringLiteral("en"));
+    vorrik.setProcessEnvironment(env);
+    vorrik.setProcessChannelMode(QProcess::ForwardedChannels);
+    const QString bin = qEnvironmentVariable("VORRIK_BIN");
+    vorrik.start(bin, {});
+    QVERIFY(vorrik.waitForStarted());
+    handDo(QStringLiteral("move 1240 760"));
+    seenFrom_ = receiver_->lines().size();
+    auto start = [&] {
+      QProcess command;
+      command.setProcessEnvironment(env);
+      command.start(bin, {QStringLiteral("--start")});
+      return command.waitForFinished(kTimeoutMs) && command.exitCode() == 0;
+    };
+    // Asked again only if the desktop forgot the answer, or the first start found the panel
+    // still coming up.
+    bool running = false;
+    for (int attempt = 0; attempt < 3 && !running; ++attempt) {
+      QVERIFY(start());
+      running = QTest::qWaitFor([this] { return presses() >= 3; }, kTimeoutMs);
+      if (!running) {
+        qWarning() << "no clicks after vorrik --start; the hand accepts the dialog";
+        handDo(QStringLiteral("consent accept"));
+        handDo(QStringLiteral("move 1240 760"));
+        seenFrom_ = receiver_->lines().size();
+      }
+    }
+    QVERIFY2(running, "vorrik --start clicked nowhere the receiver saw");
+    vorrik.terminate();
+    QVERIFY(vorrik.waitForFinished(kTimeoutMs));
+    QTRY_VERIFY_WITH_TIMEOUT(releases() == presses(), kTimeoutMs);
+    for (const Seen& event : seen()) {
+      QCOMPARE(QPointF(event.x, event.y), QPointF(1240, 760));
+    }
+  }
+
   void aRunStopsWhenTheDesktopsHalfOfThePortalDies() {
     // Last, as it breaks the session. GNOME's half of the portal dies mid-run; the portal keeps
     // answering events with success and sends no Closed.
@@ -323,11 +406,29 @@ class PortalClicksTest : public QObject {
   }
 
  private:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
+  // Newer GNOME offers F6 through its global-shortcuts portal: the first key monitor asks for
+  // the shortcut, the desktop asks the user to add it, and F6 then reaches the monitor.
+  void f6ThroughTheGlobalShortcutsPortal() {
+    QVERIFY2(shellMajor() >= 48, "GNOME 43 offers its custom shortcut, not the portal's");
+    InputMonitor* input = desktop_->input();
+    QVERIFY(input != nullptr);
+    int f6 = 0;
+    const auto handle = input->addKeyMonitor([&f6](Key key) { f6 += key == Key::f6 ? 1 : 0; });
+    QVERIFY(handle);
+    waitForDialog();
+    handDo(QStringLiteral("shortcuts accept"));
+    waitForDialogGone();
+    handDo(QStringLiteral("key F6"));
+    QTRY_COMPARE_WITH_TIMEOUT(f6, 1, kTimeoutMs);
+    input->remove(*handle);
+  }
+
   // Sends one command to the hand and waits until mutter has taken it.
   void handDo(const QString& command) {
-    const std::size_t before = hand_->count(QStringLiteral("ok"));
+    const std::size_t before = hand_->lines().size();
     hand_->write(command);
-    QTRY_VERIFY_WITH_TIMEOUT(hand_->count(QStringLiteral("ok")) == before + 1, kTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(hand_->lines().size() > before, kTimeoutMs);
+    QCOMPARE(hand_->lines()[before], QStringLiteral("ok"));
   }
 
   // Left clicks at the pointer, moved to 333,222, every 200 ms without a limit; what the
@@ -345,35 +446,19 @@ class PortalClicksTest : public QObject {
   // The dialog takes the keyboard from the receiver when it opens, and gives it back.
   void waitForDialog() {
     QTRY_COMPARE_WITH_TIMEOUT(receiver_->last(kFocus), QStringLiteral("blur"), kTimeoutMs);
-    // Its controls take input once it has been drawn.
-    QTest::qWait(1000);
   }
   void waitForDialogGone() {
     QTRY_COMPARE_WITH_TIMEOUT(receiver_->last(kFocus), QStringLiteral("focus"), kTimeoutMs);
   }
 
-  // Escape; again when the dialog was not taking keys yet, which happens under the sanitizers.
+  // Answered through the hand, which knows where this desktop draws the dialog; again when the
+  // dialog was not taking input yet, which happens under the sanitizers.
   void refuse() {
     for (int attempt = 0; attempt < 3 && receiver_->last(kFocus) != QStringLiteral("focus");
          ++attempt) {
-      handDo(QStringLiteral("key Escape"));
+      handDo(QStringLiteral("consent refuse"));
       (void)QTest::qWaitFor([this] { return receiver_->last(kFocus) == QStringLiteral("focus"); },
                             3000);
-    }
-    waitForDialogGone();
-  }
-
-  // "Allow remote interaction", then Share: where GNOME 43 draws them on a 1280x800 screen.
-  void accept() {
-    handDo(QStringLiteral("move 819 340"));
-    handDo(QStringLiteral("move 820 340"));
-    handDo(QStringLiteral("click left"));
-    QTest::qWait(300);
-    handDo(QStringLiteral("move 843 289"));
-    handDo(QStringLiteral("click left"));
-    if (!QTest::qWaitFor([this] { return receiver_->last(kFocus) == QStringLiteral("focus"); },
-                         kTimeoutMs)) {
-      qWarning() << "the dialog stayed; the receiver saw" << receiver_->lines();
     }
     waitForDialogGone();
   }
@@ -392,7 +477,21 @@ class PortalClicksTest : public QObject {
     QTRY_VERIFY_WITH_TIMEOUT(!stops_.empty(), kTimeoutMs);
     QCOMPARE(stops_, std::vector<std::string>{L::t("done", {{"n", std::to_string(count)}})});
     // The last release travels after the stop.
-    QTest::qWait(300);
+    QTRY_VERIFY_WITH_TIMEOUT(releases() == presses(), kTimeoutMs);
+  }
+
+  // Presses (a double click's second one included) and releases since the run began.
+  [[nodiscard]] std::size_t presses() const {
+    const std::vector<Seen> events = seen();
+    return static_cast<std::size_t>(std::count_if(events.begin(), events.end(), [](const Seen& e) {
+      return e.what == QStringLiteral("press") || e.what == QStringLiteral("double");
+    }));
+  }
+  [[nodiscard]] std::size_t releases() const {
+    const std::vector<Seen> events = seen();
+    return static_cast<std::size_t>(std::count_if(events.begin(), events.end(), [](const Seen& e) {
+      return e.what == QStringLiteral("release");
+    }));
   }
 
   // Button events the receiver saw since the current run began.
