@@ -65,8 +65,8 @@ class AppDelegate final : public QObject {
     DefaultsStore* defaults = nullptr;
     // Asked again at each kHotkeyChanged post on center: the shortcut to offer now (replacing
     // toggleShortcut), and whether F6 reaches Vorrik in no way at all. Null: never changes.
-    std::function<ToggleShortcut*()> currentShortcut;
-    std::function<bool()> hotkeyMissing;
+    std::function<ToggleShortcut*()> currentShortcut = nullptr;
+    std::function<bool()> hotkeyMissing = nullptr;
   };
 
   explicit AppDelegate(Services services, QObject* parent = nullptr);

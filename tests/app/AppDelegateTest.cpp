@@ -114,8 +114,7 @@ struct World {
                                 return answer;
                               },
                               [this] { return tray; }, shortcut, &defaults,
-                              [this] { return laterShortcut; },
-                              [this] { return hotkeyMissing; }});
+                              [this] { return laterShortcut; }, [this] { return hotkeyMissing; }});
     delegate->applicationDidFinishLaunching();
   }
   ~World() {
