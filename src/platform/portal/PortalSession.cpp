@@ -37,8 +37,6 @@ PortalSession::PortalSession(DefaultsStore& defaults, unsigned version)
       portals_(QString::fromLatin1(kPortalService), bus_,
                QDBusServiceWatcher::WatchForUnregistration),
       registration_(bus_) {
-  // Remote desktop needs no ID; F6, which does, says so on its own connection.
-  registration_.onFailed = [](const QString& why) { qCDebug(lcPortal) << why; };
   // GNOME 43's portal keeps answering events with success after its GNOME half has died, and
   // sends no Closed: the half's name leaving the bus is the only sign. A half that serves some
   // other portal and dies costs a needless question at the next Start.
@@ -76,6 +74,8 @@ void PortalSession::ask(const QString& parentWindow) {
   parentWindow_ = parentWindow;
   QVariantMap options{
       {QStringLiteral("session_handle_token"), QStringLiteral("vorrik%1").arg(++counter_)}};
+  // Remote desktop works without the ID, so a failed registration goes unsaid here; F6, which
+  // needs it, says so on its own connection.
   registration_.whenReady([this, options] {
     if (state_.load() == State::asking && step_ == Step::none) {
       request(Step::create, QStringLiteral("CreateSession"), {}, options);
