@@ -118,10 +118,11 @@ dbus-update-activation-environment HOME XDG_RUNTIME_DIR XDG_CONFIG_HOME XDG_DATA
   XDG_CACHE_HOME XDG_CURRENT_DESKTOP XDG_SESSION_TYPE DBUS_SYSTEM_BUS_ADDRESS NO_AT_BRIDGE \
   GTK_A11Y GIO_USE_VFS 2>/dev/null || true
 
-# Xwayland refuses a socket directory that others cannot write to, as a stray server run with a
-# strict umask may leave it; its usual mode puts that right.
-if [ -z "$no_x11" ] && [ -d /tmp/.X11-unix ] && [ "$(stat -c %a /tmp/.X11-unix)" != 1777 ]; then
-  chmod 1777 /tmp/.X11-unix 2>/dev/null ||
+# The shell refuses to start Xwayland without a socket directory that all can write to: a fresh
+# /tmp has none, and a stray server run with a strict umask may leave one without; its usual
+# mode puts that right.
+if [ -z "$no_x11" ] && [ "$(stat -c %a /tmp/.X11-unix 2>/dev/null)" != 1777 ]; then
+  { mkdir -p /tmp/.X11-unix && chmod 1777 /tmp/.X11-unix; } 2>/dev/null ||
     fail "/tmp/.X11-unix is not writable by all (mode $(stat -c %a /tmp/.X11-unix)): Xwayland will not start"
 fi
 

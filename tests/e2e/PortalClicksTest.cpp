@@ -18,6 +18,8 @@
 #include <csignal>
 
 #include <algorithm>
+#include <functional>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -415,10 +417,16 @@ class PortalClicksTest : public QObject {
     int f6 = 0;
     const auto handle = input->addKeyMonitor([&f6](Key key) { f6 += key == Key::f6 ? 1 : 0; });
     QVERIFY(handle);
-    waitForDialog();
-    handDo(QStringLiteral("shortcuts accept"));
-    waitForDialogGone();
-    handDo(QStringLiteral("key F6"));
+    // The helpers fail the test without ending this function.
+    for (const auto& step : std::initializer_list<std::function<void()>>{
+             [this] { waitForDialog(); }, [this] { handDo(QStringLiteral("shortcuts accept")); },
+             [this] { waitForDialogGone(); }, [this] { handDo(QStringLiteral("key F6")); }}) {
+      step();
+      if (QTest::currentTestFailed()) {
+        input->remove(*handle);
+        return;
+      }
+    }
     QTRY_COMPARE_WITH_TIMEOUT(f6, 1, kTimeoutMs);
     input->remove(*handle);
   }
