@@ -5,8 +5,6 @@
 #   (cd build/default && cpack -G DEB)
 include(GNUInstallDirs)
 
-set(VORRIK_APP_ID "example.vorrik.Vorrik")
-
 install(TARGETS vorrik RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(FILES ${PROJECT_SOURCE_DIR}/data/${VORRIK_APP_ID}.desktop
         DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)

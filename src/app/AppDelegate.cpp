@@ -140,6 +140,17 @@ void AppDelegate::applicationDidFinishLaunching() {
       self->rebuildMenus();
     }
   });
+  // Later: the desktop posts from inside its own answer, and an offer may run an alert.
+  services_.center.addObserver(std::string(kHotkeyChanged), [self = QPointer<AppDelegate>(this)] {
+    QMetaObject::invokeMethod(
+        self,
+        [self] {
+          if (self) {
+            self->hotkeyChanged();
+          }
+        },
+        Qt::QueuedConnection);
+  });
 
   // Before the permission: the desktop's own consent dialog may follow that alert.
   offerShortcut();
@@ -162,6 +173,20 @@ void AppDelegate::offerShortcut() {
   if (add) {
     flipShortcut();
   }
+}
+
+void AppDelegate::hotkeyChanged() {
+  if (services_.currentShortcut) {
+    services_.toggleShortcut = services_.currentShortcut();
+  }
+  shortcutInstalled_ = services_.toggleShortcut != nullptr && services_.toggleShortcut->installed();
+  hotkeyMissing_ = services_.hotkeyMissing && services_.hotkeyMissing();
+  // By name, like toggle: the panel's status line says it where it would say Ready.
+  if (panel_->metaObject()->indexOfMethod("setHotkeyMissing(bool)") >= 0) {
+    QMetaObject::invokeMethod(panel_.get(), "setHotkeyMissing", Q_ARG(bool, hotkeyMissing_));
+  }
+  rebuildMenus();
+  offerShortcut();
 }
 
 void AppDelegate::flipShortcut() {
@@ -187,6 +212,10 @@ void AppDelegate::addShortcutItem(QMenu* menu) {
   if (services_.toggleShortcut != nullptr) {
     connect(addItem(menu, shortcutInstalled_ ? "f6_remove" : "f6_add"), &QAction::triggered, this,
             &AppDelegate::flipShortcut);
+  } else if (hotkeyMissing_) {
+    connect(addItem(menu, "m_f6_missing"), &QAction::triggered, this, [this] {
+      services_.runAlert({text("f6_missing_title"), text("f6_missing"), {}});
+    });
   }
 }
 

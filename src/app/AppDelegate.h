@@ -13,6 +13,7 @@
 
 #include "platform/AccessibilityTrust.h"
 #include "platform/DefaultsStore.h"
+#include "platform/Desktop.h"
 #include "platform/NotificationCenter.h"
 #include "platform/SettingsLink.h"
 #include "platform/ToggleShortcut.h"
@@ -62,6 +63,10 @@ class AppDelegate final : public QObject {
     ToggleShortcut* toggleShortcut = nullptr;
     // Keeps the answer to that offer; needed with toggleShortcut.
     DefaultsStore* defaults = nullptr;
+    // Asked again at each kHotkeyChanged post on center: the shortcut to offer now (replacing
+    // toggleShortcut), and whether F6 reaches Vorrik in no way at all. Null: never changes.
+    std::function<ToggleShortcut*()> currentShortcut = nullptr;
+    std::function<bool()> hotkeyMissing = nullptr;
   };
 
   explicit AppDelegate(Services services, QObject* parent = nullptr);
@@ -115,6 +120,8 @@ class AppDelegate final : public QObject {
   QMenu* languageItem(QWidget* parent);
   void checkTrust();
   void offerShortcut();
+  // Takes in the desktop's new answer on F6: offers its shortcut, or says F6 is missing.
+  void hotkeyChanged();
   void rebuildMenus();
   // The shortcut's menu item, where the desktop has one.
   void addShortcutItem(QMenu* menu);
@@ -131,6 +138,7 @@ class AppDelegate final : public QObject {
   QPointer<QMenu> statusMenu_;
   bool quitting_ = false;
   bool shortcutInstalled_ = false;
+  bool hotkeyMissing_ = false;
 };
 
 }  // namespace vorrik

@@ -80,7 +80,10 @@ int main(int argc, char** argv) {
   QApplication app(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Vorrik"));
   QApplication::setApplicationVersion(QStringLiteral(VORRIK_SHORT_VERSION));
-  QApplication::setDesktopFileName(QStringLiteral("example.vorrik.Vorrik"));
+  QApplication::setDesktopFileName(QStringLiteral(VORRIK_APP_ID));
+  // The reverse of the ID; the settings file itself stays where earlier releases kept it.
+  QApplication::setOrganizationName(QStringLiteral("Vorrik"));
+  QApplication::setOrganizationDomain(QStringLiteral("vorrik.org"));
   QApplication::setWindowIcon(vorrik::letterIcon());
   // Closing the panel leaves Vorrik in the tray; only Quit ends it.
   QApplication::setQuitOnLastWindowClosed(
@@ -112,7 +115,9 @@ int main(int argc, char** argv) {
          {},
          {},
          desktop->toggleShortcut(),
-         &desktop->defaults()});
+         &desktop->defaults(),
+         [&desktop] { return desktop->toggleShortcut(); },
+         [&desktop] { return desktop->hotkeyMissing(); }});
     guard.watch([&made]() -> vorrik::ClickEngine* { return made ? &made->engine() : nullptr; });
     QObject::connect(&instance, &vorrik::SingleInstance::commandReceived, &delegate,
                      [&delegate](vorrik::Command asked) { vorrik::perform(delegate, asked); });

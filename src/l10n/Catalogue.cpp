@@ -105,6 +105,12 @@ const List en{{
     {"f6_add", "Add F6 Shortcut"},
     {"f6_skip", "No Thanks"},
     {"f6_remove", "Remove F6 Shortcut"},
+    {"f6_missing",
+     "F6 is not available to Vorrik on this desktop: bind \"vorrik --toggle\" to a key in its "
+     "keyboard "
+     "settings."},
+    {"f6_missing_title", "F6 is not available on this desktop"},
+    {"m_f6_missing", "F6 Not Available..."},
 }};
 
 const List ht{{
@@ -204,6 +210,12 @@ const List ht{{
     {"f6_add", "Ajoute rakousi F6"},
     {"f6_skip", "Non, mèsi"},
     {"f6_remove", "Retire rakousi F6"},
+    {"f6_missing",
+     "F6 pa disponib pou Vorrik sou biwo sa a: mete \"vorrik --toggle\" sou yon touch nan paramèt "
+     "klavye "
+     "biwo a."},
+    {"f6_missing_title", "F6 pa disponib sou biwo sa a"},
+    {"m_f6_missing", "F6 pa disponib..."},
 }};
 
 const List fr{{
@@ -310,6 +322,12 @@ const List fr{{
     {"f6_add", "Ajouter le raccourci F6"},
     {"f6_skip", "Non merci"},
     {"f6_remove", "Retirer le raccourci F6"},
+    {"f6_missing",
+     "F6 n'est pas disponible pour Vorrik sur ce bureau : associez « vorrik --toggle » à une "
+     "touche dans ses "
+     "réglages du clavier."},
+    {"f6_missing_title", "F6 n'est pas disponible sur ce bureau"},
+    {"m_f6_missing", "F6 non disponible..."},
 }};
 
 const List es{{
@@ -415,6 +433,12 @@ const List es{{
     {"f6_add", "Añadir atajo F6"},
     {"f6_skip", "No, gracias"},
     {"f6_remove", "Quitar atajo F6"},
+    {"f6_missing",
+     "F6 no está disponible para Vorrik en este escritorio: asigna \"vorrik --toggle\" a una tecla "
+     "en su "
+     "configuración de teclado."},
+    {"f6_missing_title", "F6 no está disponible en este escritorio"},
+    {"m_f6_missing", "F6 no disponible..."},
 }};
 
 const List pt{{
@@ -522,6 +546,12 @@ const List pt{{
     {"f6_add", "Adicionar atalho F6"},
     {"f6_skip", "Não, obrigado"},
     {"f6_remove", "Remover atalho F6"},
+    {"f6_missing",
+     "O F6 não está disponível para o Vorrik nesta área de trabalho: associe \"vorrik --toggle\" a "
+     "uma tecla "
+     "nas configurações de teclado dela."},
+    {"f6_missing_title", "O F6 não está disponível nesta área de trabalho"},
+    {"m_f6_missing", "F6 indisponível..."},
 }};
 
 }  // namespace vorrik::L::catalogue

@@ -10,7 +10,7 @@ namespace vorrik::L::catalogue {
 
 // Every language lists the same keys in the same order; the array size makes a missing row a
 // compile error.
-inline constexpr std::size_t kKeyCount = 70;
+inline constexpr std::size_t kKeyCount = 73;
 using List = std::array<Entry, kKeyCount>;
 
 extern const List en;

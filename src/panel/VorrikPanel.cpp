@@ -129,11 +129,23 @@ void VorrikPanel::stopRun() {
   }
 }
 
+void VorrikPanel::setHotkeyMissing(bool missing) {
+  const bool idle = ui_.status->text() == readyText();
+  hotkeyMissing_ = missing;
+  if (idle) {
+    ui_.status->setText(readyText());
+  }
+}
+
+QString VorrikPanel::readyText() const {
+  return text(hotkeyMissing_ ? "f6_missing" : "ready");
+}
+
 void VorrikPanel::setRunning(bool running) {
   ui_.startBtn->setText(text(running ? "stop" : "start"));
   ui_.dot->setColor(running ? theme::lampRunning() : theme::lampStopped());
   if (!running && ui_.status->text() == text("clicking")) {
-    ui_.status->setText(text("ready"));
+    ui_.status->setText(readyText());
   }
 }
 
@@ -191,7 +203,7 @@ void VorrikPanel::picked(std::optional<ClickPoint> at) {
     ui_.pointsLabel->setText(ui::targetText(*engine_.points.snapshot()));
   }
   // Without a screen, or on the panel, there is no point to take; the pick still ends.
-  ui_.status->setText(text("ready"));
+  ui_.status->setText(readyText());
 }
 
 void VorrikPanel::clearPoints() {
@@ -240,7 +252,7 @@ void VorrikPanel::relabel() {
   ui_.startBtn->setText(text(running ? "stop" : "start"));
   // A run's own status and count stay until its next tick or its end.
   if (!running) {
-    ui_.status->setText(text("ready"));
+    ui_.status->setText(readyText());
     ui_.stats->setText(text("zero_clicks"));
   }
   ui_.burstLabel->setText(ui::burstText(engine_.burst));

@@ -66,6 +66,9 @@ class VorrikPanel : public QWidget {
   void startRun();
   // Stops the run in progress, if any.
   void stopRun();
+  // Whether the status line, where it would say Ready, says instead that F6 is not available
+  // and how to bind `vorrik --toggle`.
+  void setHotkeyMissing(bool missing);
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
@@ -97,6 +100,8 @@ class VorrikPanel : public QWidget {
   void setTakesKeyboard(bool takes);
   // Rewrites every text in the current language.
   void relabel();
+  // What the status line says when nothing is going on.
+  [[nodiscard]] QString readyText() const;
 
   ClickEngine engine_;
   ui::PanelWidgets ui_;
@@ -105,6 +110,7 @@ class VorrikPanel : public QWidget {
   std::optional<InputMonitor::Handle> hotkeyMonitor_;
   InputMonitor* input_;
   WindowSystem* windows_;
+  bool hotkeyMissing_ = false;
 };
 
 }  // namespace vorrik

@@ -13,7 +13,12 @@
 #include "platform/ToggleShortcut.h"
 #include "platform/WindowSystem.h"
 
+#include <string_view>
+
 namespace vorrik {
+
+// Posted on the desktop's centre when toggleShortcut() or hotkeyMissing() may have changed.
+inline constexpr std::string_view kHotkeyChanged = "vorrik.hotkeyChanged";
 
 // Every service that depends on the desktop session Vorrik runs in, from one backend, opened
 // once at start-up and owned together: each reference it hands out lives as long as it does.
@@ -39,6 +44,9 @@ class Desktop {
   // The desktop's own F6 shortcut for Vorrik, where F6 can reach Vorrik only that way; null
   // elsewhere.
   virtual ToggleShortcut* toggleShortcut() { return nullptr; }
+  // True once F6 is known to reach Vorrik in no way this desktop offers, so that the user binds
+  // `vorrik --toggle` by hand.
+  virtual bool hotkeyMissing() { return false; }
 };
 
 }  // namespace vorrik

@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QSystemTrayIcon>
 #include <QTest>
 #include <QTimer>
@@ -87,6 +88,9 @@ struct World {
   std::vector<Alert> alerts;
   bool readyAtAlert = false;  // the panel and the tray item existed when the alert came up
   bool tray = true;           // what the delegate is told about the tray
+  // What the desktop says of F6 after a kHotkeyChanged post.
+  ToggleShortcut* laterShortcut = nullptr;
+  bool hotkeyMissing = false;
   std::unique_ptr<AppDelegate> delegate;
 
   explicit World(const std::string& lang, bool trusted = true, int answer = kAlertSecondButton,
@@ -114,7 +118,8 @@ struct World {
                                 readyAtAlert = delegate->panel() && delegate->statusItem();
                                 return answer;
                               },
-                              [this] { return tray; }, shortcut, &defaults});
+                              [this] { return tray; }, shortcut, &defaults,
+                              [this] { return laterShortcut; }, [this] { return hotkeyMissing; }});
     delegate->applicationDidFinishLaunching();
   }
   ~World() {
@@ -329,6 +334,47 @@ class AppDelegateTest : public QObject {
       QVERIFY(item(menu, texts({shortcut.there ? "f6_remove" : "f6_add"}).front()) != nullptr);
     }
     QCOMPARE(int(world.alerts.size()), alerts);
+  }
+
+  // The desktop refusing F6 after start-up: its next way is offered, or both menus and the
+  // status line say F6 is missing, in every language after.
+  void aRefusedHotkeyIsOfferedAnotherWayOrSaidMissing_data() {
+    QTest::addColumn<bool>("shortcutLater");
+    QTest::newRow("GNOME's own shortcut") << true;
+    QTest::newRow("no other way") << false;
+  }
+  void aRefusedHotkeyIsOfferedAnotherWayOrSaidMissing() {
+    QFETCH(bool, shortcutLater);
+    FakeShortcut shortcut;
+    World world("en", true, kAlertFirstButton);
+    QVERIFY(world.alerts.empty());
+    world.laterShortcut = shortcutLater ? &shortcut : nullptr;
+    world.hotkeyMissing = !shortcutLater;
+    world.center.post(kHotkeyChanged);
+    const QLabel* status = test::PanelProbe::widgets(*world.panel()).status;
+    if (shortcutLater) {
+      QTRY_COMPARE(int(world.alerts.size()), 1);
+      QCOMPARE(world.alerts[0].message, texts({"f6_title"}).front());
+      QVERIFY(shortcut.there);
+    }
+    for (const char* lang : {"en", "ht", "fr", "es", "pt"}) {
+      L::setLang(lang);
+      const QString missing = texts({"m_f6_missing"}).front();
+      if (shortcutLater) {
+        QCOMPARE(status->text(), texts({"ready"}).front());
+      } else {
+        QTRY_COMPARE(status->text(), texts({"f6_missing"}).front());
+        QVERIFY(status->text().contains("vorrik --toggle"));
+      }
+      QCOMPARE(item(world.appMenu(), missing) != nullptr, !shortcutLater);
+      QCOMPARE(item(world.status(), missing) != nullptr, !shortcutLater);
+      QCOMPARE(test::PanelProbe::widgets(*world.panel()).startBtn->text(), texts({"start"})[0]);
+    }
+    if (!shortcutLater) {
+      item(world.status(), texts({"m_f6_missing"}).front())->trigger();
+      QCOMPARE(int(world.alerts.size()), 1);
+      QCOMPARE(world.alerts[0].informative, texts({"f6_missing"}).front());
+    }
   }
 
   // Without a tray a closed panel leaves nothing to bring it back: closing asks, then quits.

@@ -15,10 +15,10 @@ apt-get install -s "$deb" >/dev/null || fail "its dependencies do not resolve"
 root="$scratch/root"
 dpkg -x "$deb" "$root"
 share="$root/usr/share"
-appstreamcli validate --no-net "$share/metainfo/example.vorrik.Vorrik.metainfo.xml" >/dev/null ||
+appstreamcli validate --pedantic --no-net "$share/metainfo/org.vorrik.Vorrik.metainfo.xml" >/dev/null ||
   fail "AppStream data"
-[ -s "$share/applications/example.vorrik.Vorrik.desktop" ] || fail "no desktop entry"
-[ -s "$share/icons/hicolor/scalable/apps/example.vorrik.Vorrik.svg" ] || fail "no icon"
+[ -s "$share/applications/org.vorrik.Vorrik.desktop" ] || fail "no desktop entry"
+[ -s "$share/icons/hicolor/scalable/apps/org.vorrik.Vorrik.svg" ] || fail "no icon"
 [ -s "$share/doc/vorrik/help.html" ] || fail "no help page"
 
 export TMPDIR="$scratch" XDG_CONFIG_HOME="$scratch" XDG_RUNTIME_DIR="$scratch" QT_QPA_PLATFORM=xcb

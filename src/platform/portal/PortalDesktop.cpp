@@ -83,12 +83,15 @@ class PortalDesktop final : public qt::QtDesktop {
       input_.setLeftPressSource(&*overlay_);
     }
     // F6: the desktop's global-shortcuts portal where it has one (KDE Plasma, newer GNOME);
-    // else, on GNOME 43, GNOME's own custom shortcut, offered to the user.
-    if (portalVersion(kGlobalShortcuts)) {
-      keys_.emplace();
+    // else, or once the desktop refuses it there, GNOME's own custom shortcut, offered to the
+    // user; else the panel and the menus say that F6 is missing.
+    if (const auto version = portalVersion(kGlobalShortcuts)) {
+      keys_.emplace(*version == 1 && onPlasma() ? PortalShortcuts::Listed::keep
+                                                : PortalShortcuts::Listed::rebind);
+      keys_->onUnavailable = [this] { fallBack(); };
       input_.setKeySource(&*keys_);
-    } else if (GnomeShortcut::available()) {
-      shortcut_.emplace(GnomeShortcut::toggleCommand());
+    } else {
+      fallBack();
     }
     followPrimaryScreen();
     QObject::connect(qApp, &QGuiApplication::primaryScreenChanged, &context_,
@@ -105,10 +108,27 @@ class PortalDesktop final : public qt::QtDesktop {
   // Left presses from the cover, keys from the global-shortcuts portal where there is one.
   InputMonitor* input() override { return &input_; }
   WindowSystem* windows() override { return nullptr; }
-  // GNOME 43 shows no application a global key and has no global-shortcuts portal.
+  // GNOME 43 has no global-shortcuts portal, and GNOME 48's may refuse.
   ToggleShortcut* toggleShortcut() override { return shortcut_ ? &*shortcut_ : nullptr; }
+  bool hotkeyMissing() override { return missing_; }
 
  private:
+  static bool onPlasma() {
+    return qEnvironmentVariable("XDG_CURRENT_DESKTOP")
+        .split(QLatin1Char(':'))
+        .contains(QStringLiteral("KDE"), Qt::CaseInsensitive);
+  }
+
+  // The next way to F6 once the portal's is out, said to whoever shows the choice.
+  void fallBack() {
+    if (GnomeShortcut::available()) {
+      shortcut_.emplace(GnomeShortcut::toggleCommand());
+    } else {
+      missing_ = true;
+    }
+    center().post(kHotkeyChanged);
+  }
+
   // The injector reaches picked points from the primary screen's corner.
   void followPrimaryScreen() {
     QScreen* screen = QGuiApplication::primaryScreen();
@@ -129,6 +149,7 @@ class PortalDesktop final : public qt::QtDesktop {
   std::optional<wayland::PickOverlay> overlay_;
   std::optional<GnomeShortcut> shortcut_;
   std::optional<PortalShortcuts> keys_;
+  bool missing_ = false;
   CombinedInput input_;
   QObject context_;
   QMetaObject::Connection screenWatch_;

@@ -35,7 +35,8 @@ PortalSession::PortalSession(DefaultsStore& defaults, unsigned version)
       defaults_(defaults),
       version_(version),
       portals_(QString::fromLatin1(kPortalService), bus_,
-               QDBusServiceWatcher::WatchForUnregistration) {
+               QDBusServiceWatcher::WatchForUnregistration),
+      registration_(bus_) {
   // GNOME 43's portal keeps answering events with success after its GNOME half has died, and
   // sends no Closed: the half's name leaving the bus is the only sign. A half that serves some
   // other portal and dies costs a needless question at the next Start.
@@ -79,7 +80,13 @@ void PortalSession::ask(const QString& parentWindow) {
   restoring_ = false;
   QVariantMap options{
       {QStringLiteral("session_handle_token"), QStringLiteral("vorrik%1").arg(++counter_)}};
-  request(Step::create, QStringLiteral("CreateSession"), {}, options);
+  // Remote desktop works without the ID, so a failed registration goes unsaid here; F6, which
+  // needs it, says so on its own connection.
+  registration_.whenReady([this, options] {
+    if (state_.load() == State::asking && step_ == Step::none) {
+      request(Step::create, QStringLiteral("CreateSession"), {}, options);
+    }
+  });
 }
 
 bool PortalSession::request(Step step, const QString& method, QVariantList args,

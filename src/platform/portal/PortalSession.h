@@ -18,6 +18,7 @@
 #include <string>
 
 #include "platform/DefaultsStore.h"
+#include "platform/portal/HostRegistration.h"
 #include "platform/portal/PortalBus.h"
 
 namespace vorrik::portal {
@@ -95,6 +96,8 @@ class PortalSession final : public QObject {
   QString session_;  // guarded by mutex_: the worker reads it
   // The portal and the desktop's halves of it hold the session: one leaving the bus ends it.
   QDBusServiceWatcher portals_;
+  // Vorrik's application ID on bus_, before its first portal call.
+  HostRegistration registration_;
 };
 
 }  // namespace vorrik::portal

@@ -28,13 +28,13 @@ QString pathOf(const QVariant& value) {
              : value.toString();
 }
 
-// Whether a BindShortcuts answer keeps id; an answer without a readable list is taken at its
-// word, as its response said yes.
-bool keeps(const QVariantMap& results, const QString& id) {
+// Whether the shortcut list in a BindShortcuts or ListShortcuts answer holds id; nothing when
+// the answer has no readable list.
+std::optional<bool> holds(const QVariantMap& results, const QString& id) {
   const QVariant list = results.value(QStringLiteral("shortcuts"));
   if (list.metaType() != QMetaType::fromType<QDBusArgument>() ||
       list.value<QDBusArgument>().currentSignature() != QLatin1String("a(sa{sv})")) {
-    return true;
+    return std::nullopt;
   }
   Shortcuts bound;
   list.value<QDBusArgument>() >> bound;
@@ -45,16 +45,34 @@ bool keeps(const QVariantMap& results, const QString& id) {
 const QString kShortcuts = QString::fromLatin1(kGlobalShortcuts);
 const QString kSession = QString::fromLatin1(kSessionInterface);
 
-// Request and session tokens: the process's shared connection has one namespace of them.
+// Request and session tokens, unique in the process.
 QString nextToken() {
   static std::atomic<unsigned> counter{0};
   return QStringLiteral("vorrik_keys%1").arg(++counter);
 }
 
+QDBusConnection ownConnection(const void* owner) {
+  return QDBusConnection::connectToBus(
+      QDBusConnection::SessionBus,
+      QStringLiteral("vorrik-shortcuts-%1").arg(reinterpret_cast<quintptr>(owner)));
+}
+
 }  // namespace
 
-PortalShortcuts::PortalShortcuts(QString description)
-    : bus_(QDBusConnection::sessionBus()), description_(std::move(description)) {
+PortalShortcuts::PortalShortcuts(Listed listed, QString description)
+    : bus_(ownConnection(this)),
+      registration_(bus_),
+      listed_(listed),
+      description_(std::move(description)) {
+  // F6 is still asked for: the desktop may know the ID some other way (its systemd scope).
+  registration_.onFailed =
+      [](const QString& why) {
+        qCWarning(lcPortal).noquote()
+            << QStringLiteral(
+                   "F6 may not work: %1. Install Vorrik (its desktop entry %2.desktop), "
+                   "or bind \"vorrik --toggle\" to F6 in the desktop's keyboard settings.")
+                   .arg(why, QString::fromLatin1(kAppId));
+      };
   qDBusRegisterMetaType<Shortcuts::value_type>();
   qDBusRegisterMetaType<Shortcuts>();
   // The portal sends Activated to the session's own connection only, for every session of it.
@@ -66,6 +84,9 @@ PortalShortcuts::~PortalShortcuts() {
   if (!session_.isEmpty()) {
     closeSession(bus_, session_);
   }
+  const QString name = bus_.name();
+  bus_ = QDBusConnection(QString());
+  QDBusConnection::disconnectFromBus(name);
 }
 
 std::optional<InputMonitor::Handle> PortalShortcuts::addKeyMonitor(
@@ -76,8 +97,11 @@ std::optional<InputMonitor::Handle> PortalShortcuts::addKeyMonitor(
     if (!bus_.isConnected()) {
       fail(QStringLiteral("no session bus: ") + bus_.lastError().message());
     } else {
-      request(Step::create, QStringLiteral("CreateSession"),
-              {QVariantMap{{QStringLiteral("session_handle_token"), nextToken()}}});
+      step_ = Step::create;
+      registration_.whenReady([this] {
+        request(Step::create, QStringLiteral("CreateSession"),
+                {QVariantMap{{QStringLiteral("session_handle_token"), nextToken()}}});
+      });
     }
   }
   return handle;
@@ -100,38 +124,59 @@ void PortalShortcuts::request(Step step, const QString& method, QVariantList arg
 
 void PortalShortcuts::onResponse(uint response, const QVariantMap& results) {
   forgetRequest(bus_, requestPath_, this, SLOT(onResponse(uint, QVariantMap)));
-  if (response != 0) {
-    // 1: the user refused; 2: the desktop ended the dialog some other way.
-    fail(QStringLiteral("the desktop refused it (response %1)").arg(response));
-    return;
-  }
+  const QString id = QString::fromLatin1(kShortcutId);
   switch (step_) {
-    case Step::create: {
+    case Step::create:
+      if (response != 0) {
+        break;
+      }
       session_ = pathOf(results.value(QStringLiteral("session_handle")));
       bus_.connect(QString::fromLatin1(kPortalService), session_, kSession,
                    QStringLiteral("Closed"), this, SLOT(onClosed(QVariantMap)));
-      const Shortcuts shortcuts{{QString::fromLatin1(kShortcutId),
-                                 {{QStringLiteral("description"), description_},
-                                  {QStringLiteral("preferred_trigger"), QStringLiteral("F6")}}}};
-      // The panel adds its key monitor before it has a window, and a Wayland client has no
-      // handle the portal could use for one anyway; the desktop then places its dialog itself.
-      request(Step::bind, QStringLiteral("BindShortcuts"),
-              {QVariant::fromValue(QDBusObjectPath(session_)), QVariant::fromValue(shortcuts),
-               QString(), QVariantMap{}});
+      if (listed_ == Listed::keep) {
+        request(Step::list, QStringLiteral("ListShortcuts"),
+                {QVariant::fromValue(QDBusObjectPath(session_)), QVariantMap{}});
+      } else {
+        bind();
+      }
       return;
-    }
+    case Step::list:
+      // A list that cannot be read or lacks the shortcut asks for a bind, like no list at all.
+      if (response == 0 && holds(results, id).value_or(false)) {
+        step_ = Step::bound;
+      } else {
+        bind();
+      }
+      return;
     case Step::bind:
-      if (!keeps(results, QString::fromLatin1(kShortcutId))) {
+      // GNOME 48 answers 2 even when the user added the shortcut; its list says what holds.
+      if (const std::optional<bool> kept = holds(results, id); kept ? *kept : response == 0) {
+        step_ = Step::bound;
+        return;
+      }
+      if (response == 0) {
         fail(QStringLiteral("the desktop bound no key to it"));
         return;
       }
-      step_ = Step::bound;
-      return;
+      break;
     case Step::none:
     case Step::bound:
     case Step::failed:
       return;
   }
+  // 1: the user refused; 2: the desktop ended the dialog some other way.
+  fail(QStringLiteral("the desktop refused it (response %1)").arg(response));
+}
+
+void PortalShortcuts::bind() {
+  const Shortcuts shortcuts{{QString::fromLatin1(kShortcutId),
+                             {{QStringLiteral("description"), description_},
+                              {QStringLiteral("preferred_trigger"), QStringLiteral("F6")}}}};
+  // The panel adds its key monitor before it has a window, and a Wayland client has no handle
+  // the portal could use for one anyway; the desktop then places its dialog itself.
+  request(Step::bind, QStringLiteral("BindShortcuts"),
+          {QVariant::fromValue(QDBusObjectPath(session_)), QVariant::fromValue(shortcuts),
+           QString(), QVariantMap{}});
 }
 
 void PortalShortcuts::onActivated(const QDBusMessage& message) {
@@ -170,6 +215,9 @@ void PortalShortcuts::fail(const QString& why) {
     closeSession(bus_, std::exchange(session_, QString()));
   }
   step_ = Step::failed;
+  if (onUnavailable) {
+    onUnavailable();
+  }
 }
 
 }  // namespace vorrik::portal

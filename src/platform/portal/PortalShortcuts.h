@@ -16,6 +16,7 @@
 #include <optional>
 
 #include "platform/InputMonitor.h"
+#include "platform/portal/HostRegistration.h"
 
 namespace vorrik::portal {
 
@@ -24,7 +25,9 @@ inline constexpr const char* kGlobalShortcuts = "org.freedesktop.portal.GlobalSh
 // One shortcut, "toggle", asked for with F6 as its preferred key: each activation reaches every
 // key monitor as an F6 press, whichever key the user has since bound it to in the desktop's
 // settings. The desktop is asked once, when the first key monitor is added; if it refuses, or
-// later closes the session, key monitors stay silent for the rest of the process. Main thread.
+// later closes the session, key monitors stay silent for the rest of the process and
+// onUnavailable says so. Requests travel on a connection of their own, which registers Vorrik's
+// application ID before its first portal call. Main thread.
 class PortalShortcuts final : public QObject, public InputMonitor {
   Q_OBJECT
 
@@ -32,8 +35,18 @@ class PortalShortcuts final : public QObject, public InputMonitor {
   // The shortcut's id, as the desktop lists it in its settings and names it in Activated.
   static constexpr const char* kShortcutId = "toggle";
 
+  // How the desktop treats a shortcut it already lists for the application.
+  enum class Listed {
+    // Binds it again: the key is active only after a bind in this session.
+    rebind,
+    // Keeps it active without a bind (KDE Plasma's version 1 interface, whose every bind opens
+    // the shortcut settings on Plasma 6.1 to 6.3).
+    keep,
+  };
+
   // description is what the desktop shows beside the key in its settings.
-  explicit PortalShortcuts(QString description = QStringLiteral("Start or stop clicking"));
+  explicit PortalShortcuts(Listed listed = Listed::rebind,
+                           QString description = QStringLiteral("Start or stop clicking"));
   ~PortalShortcuts() override;
   PortalShortcuts(const PortalShortcuts&) = delete;
   PortalShortcuts& operator=(const PortalShortcuts&) = delete;
@@ -47,6 +60,10 @@ class PortalShortcuts final : public QObject, public InputMonitor {
   }
   void remove(Handle handle) override;
 
+  // Called once, on the main thread, when F6 will not come this way: the desktop refused the
+  // shortcut or closed its session.
+  std::function<void()> onUnavailable;
+
  private Q_SLOTS:
   // The Response signal of the request in flight.
   void onResponse(uint response, const QVariantMap& results);
@@ -56,14 +73,19 @@ class PortalShortcuts final : public QObject, public InputMonitor {
   void onClosed(const QVariantMap& details);
 
  private:  // NOLINT(readability-redundant-access-specifiers): after moc's slot section
-  enum class Step { none, create, bind, bound, failed };
+  enum class Step { none, create, list, bind, bound, failed };
   // Sends method as a portal request whose answer comes through onResponse.
   void request(Step step, const QString& method, QVariantList args);
+  // Asks the desktop to bind the shortcut, preferring F6.
+  void bind();
   // Gives up on the shortcut for good, saying why once.
   void fail(const QString& why);
 
-  // The process's own session-bus connection: the portal ties the session to it.
+  // A session-bus connection of its own: the portal ties the session and the application ID to
+  // it, and takes the ID only before any other call on it.
   QDBusConnection bus_;
+  HostRegistration registration_;
+  Listed listed_;
   QString description_;
   Step step_ = Step::none;
   QString requestPath_;
