@@ -2,22 +2,26 @@
 # SPDX-License-Identifier: MIT
 # Runs a command on a private headless GNOME Shell (Wayland, with Xwayland as a desktop session
 # has it) with its desktop portal, then stops everything.
-#   with-gnome.sh [--hand PATH] [--size WxH] [--media-keys] [--no-x11] -- command args...
+#   with-gnome.sh [--hand PATH] [--app VORRIK] [--size WxH] [--media-keys] [--no-x11] -- command...
 # The command runs inside a private D-Bus session with a private HOME, XDG_RUNTIME_DIR and
 # system bus, and finds WAYLAND_DISPLAY, XDG_CURRENT_DESKTOP=GNOME, the running PipeWire and
 # the RemoteDesktop portal answering. --hand names the gnome_hand test program, used to leave
 # the overview the shell starts in; without it the overview stays open. --media-keys also runs
 # gsd-media-keys, which runs the custom keyboard shortcuts. DISPLAY and XAUTHORITY name the
-# shell's Xwayland; --no-x11 starts none and leaves DISPLAY unset.
+# shell's Xwayland; --no-x11 starts none and leaves DISPLAY unset. --app installs the desktop
+# entry of that built vorrik, as an installed Vorrik has one, so that the portal knows its
+# application ID.
 set -euo pipefail
 
 size="1280x800"
 hand=""
+app=""
 media_keys=""
 no_x11=""
 while [ $# -gt 0 ]; do
   case "$1" in
     --hand) hand="$2"; shift 2 ;;
+    --app) app="$2"; shift 2 ;;
     --size) size="$2"; shift 2 ;;
     --media-keys) media_keys=1; shift ;;
     --no-x11) no_x11=1; shift ;;
@@ -38,7 +42,7 @@ done
 # Everything below runs once more inside its own session bus.
 if [ -z "${VORRIK_GNOME_INNER:-}" ]; then
   export VORRIK_GNOME_INNER=1
-  exec dbus-run-session -- "$0" --hand "$hand" --size "$size" ${media_keys:+--media-keys} \
+  exec dbus-run-session -- "$0" --hand "$hand" --app "$app" --size "$size" ${media_keys:+--media-keys} \
     ${no_x11:+--no-x11} -- "$@"
 fi
 unset VORRIK_GNOME_INNER
@@ -95,6 +99,7 @@ export HOME="$tmp/home"
 export XDG_RUNTIME_DIR="$tmp/run"
 export XDG_CONFIG_HOME="$HOME/.config" XDG_DATA_HOME="$HOME/.local/share" XDG_CACHE_HOME="$HOME/.cache"
 mkdir -p "$HOME" "$XDG_RUNTIME_DIR" "$XDG_CONFIG_HOME"
+[ -z "$app" ] || "$(dirname "${BASH_SOURCE[0]}")/install-desktop-entry.sh" "$app" >/dev/null
 chmod 700 "$XDG_RUNTIME_DIR"
 export XDG_CURRENT_DESKTOP=GNOME XDG_SESSION_TYPE=wayland XDG_SESSION_DESKTOP=gnome
 unset DISPLAY WAYLAND_DISPLAY XAUTHORITY

@@ -2,18 +2,21 @@
 # SPDX-License-Identifier: MIT
 # Runs a command on a private KDE Plasma compositor (kwin_wayland with Xwayland, as a Plasma
 # session has it) with its desktop portal, then stops everything.
-#   with-kde.sh [--size WxH] -- command args...
+#   with-kde.sh [--app VORRIK] [--size WxH] -- command args...
 # kwin runs nested in a private Xvfb, which is the machine under it: xdotool there is the user's
 # hand, and a screenshot of its root window shows the desktop. The command runs inside a private
 # D-Bus session with a private HOME, XDG_RUNTIME_DIR and system bus, and finds WAYLAND_DISPLAY,
 # XDG_CURRENT_DESKTOP=KDE, the running PipeWire and the RemoteDesktop portal answering. DISPLAY
-# names kwin's Xwayland; VORRIK_HOST_DISPLAY names the Xvfb.
+# names kwin's Xwayland; VORRIK_HOST_DISPLAY names the Xvfb. --app installs the desktop entry of
+# that built vorrik, as an installed Vorrik has one, so that the portal knows its application ID.
 set -euo pipefail
 
 size="1280x800"
+app=""
 while [ $# -gt 0 ]; do
   case "$1" in
     --size) size="$2"; shift 2 ;;
+    --app) app="$2"; shift 2 ;;
     --) shift; break ;;
     *) break ;;
   esac
@@ -39,7 +42,7 @@ done
 # Everything below runs once more inside its own session bus.
 if [ -z "${VORRIK_KDE_INNER:-}" ]; then
   export VORRIK_KDE_INNER=1
-  exec dbus-run-session -- "$0" --size "$size" -- "$@"
+  exec dbus-run-session -- "$0" --size "$size" --app "$app" -- "$@"
 fi
 unset VORRIK_KDE_INNER
 
@@ -112,6 +115,7 @@ export HOME="$tmp/home"
 export XDG_RUNTIME_DIR="$tmp/run"
 export XDG_CONFIG_HOME="$HOME/.config" XDG_DATA_HOME="$HOME/.local/share" XDG_CACHE_HOME="$HOME/.cache"
 mkdir -p "$HOME" "$XDG_RUNTIME_DIR" "$XDG_CONFIG_HOME/menus" "$XDG_DATA_HOME" "$XDG_CACHE_HOME"
+[ -z "$app" ] || "$(dirname "${BASH_SOURCE[0]}")/install-desktop-entry.sh" "$app" >/dev/null
 chmod 700 "$XDG_RUNTIME_DIR"
 export XDG_CURRENT_DESKTOP=KDE XDG_SESSION_TYPE=wayland XDG_SESSION_DESKTOP=KDE KDE_FULL_SESSION=true
 export KDE_SESSION_VERSION=6

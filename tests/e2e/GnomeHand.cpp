@@ -126,8 +126,9 @@ const std::vector<ConsentSteps>& consentLayouts() {
         QStringLiteral("move 921 189"), QStringLiteral("click left")},
        {QStringLiteral("move 359 189"), QStringLiteral("move 360 189"),
         QStringLiteral("click left")},
-       // "Add Keyboard Shortcuts": its default button adds them.
-       {QStringLiteral("key Return")}},
+       // "Add Keyboard Shortcuts": its Add button (Return does not reach it).
+       {QStringLiteral("move 839 336"), QStringLiteral("move 840 336"),
+        QStringLiteral("click left")}},
   };
   return kLayouts;
 }
