@@ -54,9 +54,10 @@ activated=(org.freedesktop.portal.Desktop org.freedesktop.impl.portal.desktop.gn
 stop_bus_services() {
   local name pid
   for name in "${activated[@]}"; do
+    # A name nobody owns is no error: under set -e it would end the cleanup here.
     pid=$(bus_call GetConnectionUnixProcessID "$name" 2>/dev/null |
-      sed -n 's/^(uint32 \([0-9]*\),)$/\1/p')
-    [ -n "$pid" ] && kill "$pid" 2>/dev/null || true
+      sed -n 's/^(uint32 \([0-9]*\),)$/\1/p') || continue
+    kill "$pid" 2>/dev/null || true
   done
 }
 
