@@ -12,6 +12,8 @@
 # entry of that built vorrik, as an installed Vorrik has one, so that the portal knows its
 # application ID.
 set -euo pipefail
+# shellcheck source=desktop-session.sh
+. "$(dirname "${BASH_SOURCE[0]}")/desktop-session.sh"
 
 size="1280x800"
 hand=""
@@ -31,13 +33,10 @@ while [ $# -gt 0 ]; do
 done
 [ $# -gt 0 ] || { echo "usage: $0 [--hand PATH] [--size WxH] -- command..." >&2; exit 2; }
 
-for tool in dbus-run-session dbus-daemon gnome-shell pipewire gdbus fusermount3 Xwayland xdpyinfo; do
-  command -v "$tool" >/dev/null || { echo "$tool is not installed (run scripts/test once)" >&2; exit 1; }
-done
 media_keys_daemon=/usr/libexec/gsd-media-keys
-for tool in /usr/libexec/xdg-desktop-portal /usr/libexec/xdg-desktop-portal-gnome ${media_keys:+"$media_keys_daemon"}; do
-  [ -x "$tool" ] || { echo "$tool is not installed (run scripts/test once)" >&2; exit 1; }
-done
+need_tools dbus-run-session dbus-daemon gnome-shell pipewire gdbus fusermount3 Xwayland xdpyinfo \
+  /usr/libexec/xdg-desktop-portal /usr/libexec/xdg-desktop-portal-gnome \
+  ${media_keys:+"$media_keys_daemon"}
 
 # Everything below runs once more inside its own session bus.
 if [ -z "${VORRIK_GNOME_INNER:-}" ]; then
@@ -47,81 +46,31 @@ if [ -z "${VORRIK_GNOME_INNER:-}" ]; then
 fi
 unset VORRIK_GNOME_INNER
 
-tmp=$(mktemp -d)
-chmod 700 "$tmp"
-pids=()
+session_begin with-gnome
 # Services the bus started for us, stopped through whoever owns their names at the end.
 activated=(org.freedesktop.portal.Desktop org.freedesktop.impl.portal.desktop.gnome
   org.freedesktop.impl.portal.desktop.gtk org.freedesktop.portal.Documents
   org.freedesktop.impl.portal.PermissionStore)
-owner_pid() {
-  gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
-    --method org.freedesktop.DBus.GetConnectionUnixProcessID "$1" 2>/dev/null |
-    sed -n 's/^(uint32 \([0-9]*\),)$/\1/p'
-}
-cleanup() {
-  local i name pid
+stop_bus_services() {
+  local name pid
   for name in "${activated[@]}"; do
-    pid=$(owner_pid "$name")
-    [ -n "$pid" ] && kill "$pid" 2>/dev/null || true
-  done
-  # Newest first: the portals before the shell, the shell before the buses it uses.
-  for ((i = ${#pids[@]} - 1; i >= 0; i--)); do kill "${pids[$i]}" 2>/dev/null || true; done
-  for ((i = ${#pids[@]} - 1; i >= 0; i--)); do wait "${pids[$i]}" 2>/dev/null || true; done
-  # The document portal, which the bus started for xdg-desktop-portal, mounts a FUSE file
-  # system in the runtime directory.
-  fusermount3 -u -z "$tmp/run/doc" 2>/dev/null || true
-  rm -rf "$tmp" 2>/dev/null || true
-}
-trap cleanup EXIT INT TERM
-
-fail() {
-  echo "with-gnome: $1" >&2
-  for log in "$tmp"/*.log; do
-    [ -s "$log" ] || continue
-    echo "--- $(basename "$log")" >&2
-    tail -n 30 "$log" >&2
-  done
-  exit 1
-}
-
-# until SECONDS COMMAND...: retries the command every 50 ms until it succeeds or time runs out.
-until_ok() {
-  local deadline=$((SECONDS + $1))
-  shift
-  until "$@" >/dev/null 2>&1; do
-    [ $SECONDS -lt $deadline ] || return 1
-    sleep 0.05
+    # A name nobody owns is no error: under set -e it would end the cleanup here.
+    pid=$(bus_call GetConnectionUnixProcessID "$name" 2>/dev/null |
+      sed -n 's/^(uint32 \([0-9]*\),)$/\1/p') || continue
+    kill "$pid" 2>/dev/null || true
   done
 }
 
-export HOME="$tmp/home"
-export XDG_RUNTIME_DIR="$tmp/run"
-export XDG_CONFIG_HOME="$HOME/.config" XDG_DATA_HOME="$HOME/.local/share" XDG_CACHE_HOME="$HOME/.cache"
-mkdir -p "$HOME" "$XDG_RUNTIME_DIR" "$XDG_CONFIG_HOME"
-[ -z "$app" ] || "$(dirname "${BASH_SOURCE[0]}")/install-desktop-entry.sh" "$app" >/dev/null
-chmod 700 "$XDG_RUNTIME_DIR"
+session_home "$app"
 export XDG_CURRENT_DESKTOP=GNOME XDG_SESSION_TYPE=wayland XDG_SESSION_DESKTOP=gnome
 unset DISPLAY WAYLAND_DISPLAY XAUTHORITY
 # No accessibility bus, no GVfs daemons: nothing here needs them and they only slow start-up.
 export NO_AT_BRIDGE=1 GTK_A11Y=none GIO_USE_VFS=local
 
-# The shell wants a system bus to watch for logind and friends; an empty one does.
-sed "s|@SOCKET@|$tmp/system_bus_socket|" "$(dirname "${BASH_SOURCE[0]}")/system-bus.conf" >"$tmp/system.conf"
-dbus-daemon --config-file="$tmp/system.conf" --nofork --nopidfile >"$tmp/system-bus.log" 2>&1 &
-pids+=($!)
-export DBUS_SYSTEM_BUS_ADDRESS="unix:path=$tmp/system_bus_socket"
-until_ok 10 test -S "$tmp/system_bus_socket" || fail "the private system bus did not start"
-
-# Screen-cast streams (which absolute pointer motion needs) live in PipeWire.
-pipewire >"$tmp/pipewire.log" 2>&1 &
-pids+=($!)
-until_ok 10 test -S "$XDG_RUNTIME_DIR/pipewire-0" || fail "pipewire did not start"
-
-# The activation environment must match, for services the bus starts on demand.
-dbus-update-activation-environment HOME XDG_RUNTIME_DIR XDG_CONFIG_HOME XDG_DATA_HOME \
-  XDG_CACHE_HOME XDG_CURRENT_DESKTOP XDG_SESSION_TYPE DBUS_SYSTEM_BUS_ADDRESS NO_AT_BRIDGE \
-  GTK_A11Y GIO_USE_VFS 2>/dev/null || true
+start_system_bus
+# Absolute pointer motion needs a screen-cast stream.
+start_pipewire
+update_activation_environment GTK_A11Y GIO_USE_VFS || true
 
 # The shell refuses to start Xwayland without a socket directory that all can write to: a fresh
 # /tmp has none, and a stray server run with a strict umask may leave one without; its usual
@@ -135,13 +84,9 @@ wayland="wayland-vorrik-$$"
 gnome-shell --headless --wayland ${no_x11:+--no-x11} --wayland-display "$wayland" \
   --virtual-monitor "$size" >"$tmp/gnome-shell.log" 2>&1 &
 shell=$!
-pids+=($shell)
+pids+=("$shell")
 until_ok 60 test -S "$XDG_RUNTIME_DIR/$wayland" || fail "gnome-shell did not start"
 export WAYLAND_DISPLAY="$wayland"
-has_name() {
-  gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
-    --method org.freedesktop.DBus.NameHasOwner "$1" | grep -q true
-}
 until_ok 60 has_name org.gnome.Mutter.RemoteDesktop || fail "gnome-shell offers no remote desktop"
 dbus-update-activation-environment WAYLAND_DISPLAY 2>/dev/null || true
 
@@ -198,14 +143,7 @@ fi
 # the connection from the first. So only the bus starts it, once the shell is up and the bus's
 # activation environment names the display, and it counts as started when it offers remote
 # desktops and the same process has owned its name for 2 s.
-start_service() {
-  gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
-    --method org.freedesktop.DBus.StartServiceByName "$1" 0
-}
-name_owner() {
-  gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
-    --method org.freedesktop.DBus.GetNameOwner "$1" 2>/dev/null
-}
+start_service() { bus_call StartServiceByName "$1" 0; }
 gnome_half=org.freedesktop.impl.portal.desktop.gnome
 settled_owner=""
 settled_since=0
@@ -213,7 +151,7 @@ gnome_half_settled() {
   gdbus introspect --session --dest "$gnome_half" --object-path /org/freedesktop/portal/desktop \
     2>/dev/null | grep -q 'interface org.freedesktop.impl.portal.RemoteDesktop ' || return 1
   local owner
-  owner=$(name_owner "$gnome_half") || return 1
+  owner=$(bus_call GetNameOwner "$gnome_half" 2>/dev/null) || return 1
   if [ "$owner" != "$settled_owner" ]; then
     settled_owner=$owner
     settled_since=$SECONDS
@@ -223,15 +161,6 @@ gnome_half_settled() {
 until_ok 30 start_service "$gnome_half" || fail "the bus did not start xdg-desktop-portal-gnome"
 until_ok 60 gnome_half_settled || fail "xdg-desktop-portal-gnome offers no remote desktop"
 until_ok 30 start_service org.freedesktop.portal.Desktop || fail "the bus did not start xdg-desktop-portal"
-remote_desktop_version() {
-  gdbus call --session --dest org.freedesktop.portal.Desktop \
-    --object-path /org/freedesktop/portal/desktop --method org.freedesktop.DBus.Properties.Get \
-    org.freedesktop.portal.RemoteDesktop version | grep -q uint32
-}
 until_ok 30 remote_desktop_version || fail "the RemoteDesktop portal does not answer"
 
-set +e
-"$@"
-rc=$?
-set -e
-exit $rc
+run_command "$@"
