@@ -35,7 +35,7 @@
 namespace vorrik {
 namespace {
 
-constexpr int kTimeoutMs = 15000;
+constexpr int kTimeoutMs = 30000;
 const QString kMediaKeys = QStringLiteral("org.gnome.settings-daemon.plugins.media-keys");
 const QString kOther =
     QStringLiteral("/org/gnome/settings-daemon/plugins/media-keys/custom-keybindings/custom0/");
