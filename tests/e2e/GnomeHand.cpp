@@ -33,6 +33,8 @@
 #include <optional>
 #include <vector>
 
+#include "ShellVersion.h"
+
 namespace {
 
 const QString kRemoteDesktop = QStringLiteral("org.gnome.Mutter.RemoteDesktop");
@@ -78,26 +80,6 @@ std::optional<int> button(const QString& name) {
     return 0x111;
   }
   return std::nullopt;
-}
-
-// The running GNOME Shell's major version: its ShellVersion property, else what the installed
-// shell says of itself; 0 when neither tells.
-int shellMajor() {
-  QDBusMessage get = QDBusMessage::createMethodCall(
-      QStringLiteral("org.gnome.Shell"), QStringLiteral("/org/gnome/Shell"),
-      QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-  get << QStringLiteral("org.gnome.Shell") << QStringLiteral("ShellVersion");
-  const QDBusReply<QDBusVariant> reply = QDBusConnection::sessionBus().call(get);
-  QString version = reply.isValid() ? reply.value().variant().toString() : QString();
-  if (version.isEmpty()) {
-    QProcess shell;
-    shell.start(QStringLiteral("gnome-shell"), {QStringLiteral("--version")});
-    shell.waitForFinished();
-    version = QString::fromUtf8(shell.readAllStandardOutput());
-  }
-  const QRegularExpressionMatch match =
-      QRegularExpression(QStringLiteral("(\\d+)\\.")).match(version);
-  return match.hasMatch() ? match.captured(1).toInt() : 0;
 }
 
 // Where each GNOME draws its remote-desktop consent dialog on a 1280x800 monitor, as hand
@@ -268,7 +250,7 @@ class Hand {
  private:
   QString consent(QStringList ConsentSteps::*answer) {
     if (major_ == 0) {
-      major_ = shellMajor();
+      major_ = vorrik::e2e::shellMajor();
     }
     // The newest layout not newer than the running shell.
     const ConsentSteps* layout = nullptr;

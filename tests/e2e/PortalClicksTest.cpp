@@ -25,6 +25,7 @@
 #include <string>
 #include <vector>
 
+#include "ShellVersion.h"
 #include "app/SingleInstance.h"
 #include "engine/ClickEngine.h"
 #include "l10n/L.h"
@@ -55,18 +56,6 @@ QString customShortcuts(const QString& value = {}) {
   gsettings.waitForFinished();
   return QString::fromUtf8(gsettings.readAllStandardOutput()).trimmed();
 }
-// The running GNOME Shell's major version, 0 if it does not say.
-int shellMajor() {
-  QDBusMessage get = QDBusMessage::createMethodCall(
-      QStringLiteral("org.gnome.Shell"), QStringLiteral("/org/gnome/Shell"),
-      QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-  get << QStringLiteral("org.gnome.Shell") << QStringLiteral("ShellVersion");
-  const QDBusReply<QDBusVariant> reply = QDBusConnection::sessionBus().call(get);
-  return reply.isValid()
-             ? reply.value().variant().toString().section(QLatin1Char('.'), 0, 0).toInt()
-             : 0;
-}
-
 const QStringList kFocus{QStringLiteral("focus"), QStringLiteral("blur")};
 
 // A child process that talks in lines on stdout, kept as they arrive.
@@ -191,7 +180,7 @@ class PortalClicksTest : public QObject {
     const std::optional<std::string> token =
         desktop_->defaults().stringForKey("portalRestoreToken");
     // KDE Plasma's dialog offers to remember, ticked: its registration says so.
-    if (shellMajor() < 48 && (!token || token->empty()) &&
+    if (e2e::shellMajor() < 48 && (!token || token->empty()) &&
         qEnvironmentVariableIsEmpty("VORRIK_CONSENT_REMEMBERED")) {
       QSKIP("GNOME 43 gives no restore token for a remote desktop: it asks at every launch");
     }
