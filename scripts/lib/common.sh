@@ -46,7 +46,9 @@ info() { printf '\033[1m==> %s\033[0m\n' "$*"; }
 ensure_packages() {
   local missing=() pkg
   for pkg in "$@"; do
-    dpkg -s "$pkg" 2>/dev/null | grep -q '^Status: install ok installed' || missing+=("$pkg")
+    # dpkg-query rather than `dpkg -s | grep -q`: grep leaving early fails that pipe now and then.
+    [ "$(dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null)" = "install ok installed" ] ||
+      missing+=("$pkg")
   done
   [ ${#missing[@]} -eq 0 ] && return 0
   info "Installing missing packages: ${missing[*]}"
