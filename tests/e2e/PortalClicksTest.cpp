@@ -14,6 +14,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWindow>
 
 #include <csignal>
 
@@ -111,6 +112,7 @@ class PortalClicksTest : public QObject {
  private slots:
   void initTestCase() {
     QVERIFY(config_.isValid());
+    panel_.setFlags(Qt::Tool | Qt::WindowStaysOnTopHint);
     sessionConfig_ = qgetenv("XDG_CONFIG_HOME");
     qputenv("XDG_CONFIG_HOME", config_.path().toUtf8());
     const Session session = Session::fromEnvironment();
@@ -450,13 +452,17 @@ class PortalClicksTest : public QObject {
     engine_->points.assign(std::vector<ClickPoint>{});
   }
 
-  // The dialog takes the keyboard from the receiver when it opens, and gives it back.
+  // The dialog takes the keyboard from the receiver when it opens, and gives it back. The panel
+  // stays behind the dialog meanwhile, and is kept above again once the desktop answers.
   void waitForDialog() {
     QTRY_COMPARE_WITH_TIMEOUT(receiver_->last(kFocus), QStringLiteral("blur"), kTimeoutMs);
+    QVERIFY2(!panelAbove(), "the panel gives up keep-above while the desktop's dialog is up");
   }
   void waitForDialogGone() {
     QTRY_COMPARE_WITH_TIMEOUT(receiver_->last(kFocus), QStringLiteral("focus"), kTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(panelAbove(), kTimeoutMs);
   }
+  bool panelAbove() const { return panel_.flags().testFlag(Qt::WindowStaysOnTopHint); }
 
   // Answered through the hand, which knows where this desktop draws the dialog; again when the
   // dialog was not taking input yet, which happens under the sanitizers.
@@ -516,6 +522,8 @@ class PortalClicksTest : public QObject {
 
   QTemporaryDir config_;
   QByteArray sessionConfig_;
+  // A panel kept above, as Vorrik's is; never shown.
+  QWindow panel_;
   std::unique_ptr<Desktop> desktop_;
   std::unique_ptr<LineChild> receiver_;
   std::unique_ptr<LineChild> hand_;

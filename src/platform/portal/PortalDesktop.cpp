@@ -3,12 +3,15 @@
 
 #include <sys/stat.h>
 
+#include <QEvent>
 #include <QGuiApplication>
 #include <QObject>
+#include <QPointer>
 #include <QScreen>
 #include <QWindow>
 
 #include <algorithm>
+#include <vector>
 
 #include "platform/portal/CombinedInput.h"
 #include "platform/portal/GnomeShortcut.h"
@@ -48,6 +51,14 @@ bool xServerExists(const std::string& display) {
   return stat(("/tmp/.X11-unix/X" + number).c_str(), &info) == 0 && S_ISSOCK(info.st_mode);
 }
 
+// Whether window is one of the application's own top-level windows (the panel), not a popup or
+// a cover.
+bool isAppWindow(const QWindow* window) {
+  return window->transientParent() == nullptr &&
+         (window->type() == Qt::Tool || window->type() == Qt::Window ||
+          window->type() == Qt::Dialog);
+}
+
 // The portal's handle of the application's own window, for the consent dialog to belong to: the
 // first shown top-level window, the panel, as the portal names an X11 window. A native Wayland
 // window would need an exported xdg-foreign handle, which Qt offers no way to make; its dialog
@@ -58,13 +69,63 @@ QString parentWindow() {
   }
   const QList<QWindow*> windows = QGuiApplication::topLevelWindows();
   const auto found = std::find_if(windows.begin(), windows.end(), [](const QWindow* window) {
-    return window->isVisible() && window->transientParent() == nullptr &&
-           (window->type() == Qt::Tool || window->type() == Qt::Window ||
-            window->type() == Qt::Dialog);
+    return window->isVisible() && isAppWindow(window);
   });
   return found == windows.end() ? QString()
                                 : QStringLiteral("x11:%1").arg((*found)->winId(), 0, 16);
 }
+
+// While the desktop shows a dialog for Vorrik, its windows kept above others give that up: the
+// desktop keeps its own dialog in the normal layer, so the panel would cover it (KDE Plasma
+// centres its consent on the panel). A window shown meanwhile yields too, as the panel does at
+// launch, after F6's bind was asked. Each keeps its window (no flicker, no move): Xwayland's
+// window only changes its state.
+class AboveYield final : public QObject {
+ public:
+  AboveYield() = default;
+  AboveYield(const AboveYield&) = delete;
+  AboveYield& operator=(const AboveYield&) = delete;
+  ~AboveYield() override { restore(); }
+
+  // One dialog opened or ended; the windows are kept above again once none is open.
+  void dialog(bool open) {
+    open_ = std::max(0, open_ + (open ? 1 : -1));
+    if (open && open_ == 1) {
+      qApp->installEventFilter(this);
+      for (QWindow* window : QGuiApplication::topLevelWindows()) {
+        yield(window);
+      }
+    } else if (!open && open_ == 0) {
+      restore();
+    }
+  }
+
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    if (event->type() == QEvent::Show && watched->isWindowType()) {
+      yield(static_cast<QWindow*>(watched));
+    }
+    return false;
+  }
+
+ private:
+  void yield(QWindow* window) {
+    if (isAppWindow(window) && window->flags().testFlag(Qt::WindowStaysOnTopHint)) {
+      window->setFlag(Qt::WindowStaysOnTopHint, false);
+      yielded_.emplace_back(window);
+    }
+  }
+  void restore() {
+    qApp->removeEventFilter(this);
+    for (const QPointer<QWindow>& window : std::exchange(yielded_, {})) {
+      if (window) {
+        window->setFlag(Qt::WindowStaysOnTopHint, true);
+      }
+    }
+  }
+
+  int open_ = 0;
+  std::vector<QPointer<QWindow>> yielded_;
+};
 
 // Members in the order they must be built: the Qt services and the store first (the base), then the
 // session that keeps its restore token there, then what uses the session.
@@ -74,6 +135,7 @@ class PortalDesktop final : public qt::QtDesktop {
       : session_(defaults(), version),
         trust_(session_, &parentWindow, qEnvironmentVariable("XDG_CURRENT_DESKTOP")),
         injector_(session_) {
+    session_.onDialog = [this](bool open) { yield_.dialog(open); };
     // Xwayland's cover shows the desktop under its tint and knows exact root coordinates; the
     // Wayland overlay, which GNOME draws over black, is for sessions without Xwayland.
     if (cover_) {
@@ -89,6 +151,7 @@ class PortalDesktop final : public qt::QtDesktop {
       keys_.emplace(*version == 1 && onPlasma() ? PortalShortcuts::Listed::keep
                                                 : PortalShortcuts::Listed::rebind);
       keys_->onUnavailable = [this] { fallBack(); };
+      keys_->onDialog = [this](bool open) { yield_.dialog(open); };
       input_.setKeySource(&*keys_);
     } else {
       fallBack();
@@ -142,6 +205,8 @@ class PortalDesktop final : public qt::QtDesktop {
                          [this](const QRect& geometry) { injector_.setScreen(geometry); });
   }
 
+  // Before what calls it, so that it outlives them.
+  AboveYield yield_;
   PortalSession session_;
   PortalTrust trust_;
   PortalInjector injector_;

@@ -92,6 +92,8 @@ void PortalSession::ask(const QString& parentWindow) {
 bool PortalSession::request(Step step, const QString& method, QVariantList args,
                             const QVariantMap& options) {
   step_ = step;
+  // Only Start shows the dialog; every way it ends goes through answered().
+  setDialog(step == Step::start);
   args.append(options);
   requestPath_ =
       sendRequest(bus_, QString::fromLatin1(kRemoteDesktop), method, std::move(args),
@@ -203,8 +205,15 @@ void PortalSession::answered(bool started) {
     step_ = Step::none;
     state_.store(State::idle);
   }
+  setDialog(false);
   if (onAnswered) {
     onAnswered(started);
+  }
+}
+
+void PortalSession::setDialog(bool open) {
+  if (std::exchange(dialog_, open) != open && onDialog) {
+    onDialog(open);
   }
 }
 

@@ -60,6 +60,9 @@ class PortalSession final : public QObject {
   std::function<void()> onRevoked;
   // Called on the main thread when an ask ends: true when the session started.
   std::function<void(bool)> onAnswered;
+  // Called on the main thread with true when the desktop may show its consent dialog, and with
+  // false once that request is over, however it ended.
+  std::function<void(bool)> onDialog;
 
   // Pointer events for the started session; each does nothing when it is not started, and
   // returns once the portal has passed it on, so that events arrive in the order sent. An error
@@ -78,6 +81,7 @@ class PortalSession final : public QObject {
   // Sends method with args as a portal request whose answer comes through onResponse.
   bool request(Step step, const QString& method, QVariantList args, const QVariantMap& options);
   void answered(bool started);
+  void setDialog(bool open);
   // Ends a session that broke without a Closed signal as if the desktop had revoked it.
   void lose();
   void send(const QString& method, const QVariantList& args);
@@ -88,6 +92,7 @@ class PortalSession final : public QObject {
   QString parentWindow_;
   // Whether the ask in progress sent a restore token.
   bool restoring_ = false;
+  bool dialog_ = false;  // what onDialog last heard
   Step step_ = Step::none;
   QString requestPath_;
   unsigned counter_ = 0;

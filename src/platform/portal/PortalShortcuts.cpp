@@ -113,6 +113,8 @@ void PortalShortcuts::remove(Handle handle) {
 
 void PortalShortcuts::request(Step step, const QString& method, QVariantList args) {
   step_ = step;
+  // Only a bind shows the dialog (GNOME's, or Plasma's shortcut settings).
+  setDialog(step == Step::bind);
   requestPath_ =
       sendRequest(bus_, kShortcuts, method, std::move(args), nextToken(), this,
                   SLOT(onResponse(uint, QVariantMap)), [this, step](const QDBusError& e) {
@@ -124,6 +126,7 @@ void PortalShortcuts::request(Step step, const QString& method, QVariantList arg
 
 void PortalShortcuts::onResponse(uint response, const QVariantMap& results) {
   forgetRequest(bus_, requestPath_, this, SLOT(onResponse(uint, QVariantMap)));
+  setDialog(false);
   const QString id = QString::fromLatin1(kShortcutId);
   switch (step_) {
     case Step::create:
@@ -215,8 +218,15 @@ void PortalShortcuts::fail(const QString& why) {
     closeSession(bus_, std::exchange(session_, QString()));
   }
   step_ = Step::failed;
+  setDialog(false);
   if (onUnavailable) {
     onUnavailable();
+  }
+}
+
+void PortalShortcuts::setDialog(bool open) {
+  if (std::exchange(dialog_, open) != open && onDialog) {
+    onDialog(open);
   }
 }
 

@@ -63,6 +63,9 @@ class PortalShortcuts final : public QObject, public InputMonitor {
   // Called once, on the main thread, when F6 will not come this way: the desktop refused the
   // shortcut or closed its session.
   std::function<void()> onUnavailable;
+  // Called on the main thread with true when the desktop may show its dialog for the shortcut,
+  // and with false once that request is over, however it ended.
+  std::function<void(bool)> onDialog;
 
  private Q_SLOTS:
   // The Response signal of the request in flight.
@@ -80,6 +83,7 @@ class PortalShortcuts final : public QObject, public InputMonitor {
   void bind();
   // Gives up on the shortcut for good, saying why once.
   void fail(const QString& why);
+  void setDialog(bool open);
 
   // A session-bus connection of its own: the portal ties the session and the application ID to
   // it, and takes the ID only before any other call on it.
@@ -88,6 +92,7 @@ class PortalShortcuts final : public QObject, public InputMonitor {
   Listed listed_;
   QString description_;
   Step step_ = Step::none;
+  bool dialog_ = false;  // what onDialog last heard
   QString requestPath_;
   QString session_;
   Handle nextHandle_ = 1;
