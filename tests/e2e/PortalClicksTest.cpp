@@ -462,7 +462,9 @@ class PortalClicksTest : public QObject {
     QTRY_COMPARE_WITH_TIMEOUT(receiver_->last(kFocus), QStringLiteral("focus"), kTimeoutMs);
     QTRY_VERIFY_WITH_TIMEOUT(panelAbove(), kTimeoutMs);
   }
-  bool panelAbove() const { return panel_.flags().testFlag(Qt::WindowStaysOnTopHint); }
+  [[nodiscard]] bool panelAbove() const {
+    return panel_.flags().testFlag(Qt::WindowStaysOnTopHint);
+  }
 
   // Answered through the hand, which knows where this desktop draws the dialog; again when the
   // dialog was not taking input yet, which happens under the sanitizers.
