@@ -42,15 +42,20 @@ session_cleanup() {
   rm -rf "$tmp" 2>/dev/null || true
 }
 
-# fail MESSAGE: says MESSAGE and the tails of the session's logs, then exits 1.
-fail() {
+# show_logs: the tails of the session's logs, which go with $tmp at exit.
+show_logs() {
   local log
-  echo "$session_name: $1" >&2
   for log in "$tmp"/*.log; do
     [ -s "$log" ] || continue
-    echo "--- $(basename "$log")" >&2
-    tail -n 30 "$log" >&2
+    echo "--- $session_name: $(basename "$log")" >&2
+    tail -n 40 "$log" >&2
   done
+}
+
+# fail MESSAGE: says MESSAGE and the tails of the session's logs, then exits 1.
+fail() {
+  echo "$session_name: $1" >&2
+  show_logs
   exit 1
 }
 
@@ -115,12 +120,14 @@ remote_desktop_version() {
     org.freedesktop.portal.RemoteDesktop version | grep -q uint32
 }
 
-# run_command COMMAND...: runs the command and exits with its status.
+# run_command COMMAND...: runs the command and exits with its status; when it failed, the
+# desktop's own logs say what the desktop was doing meanwhile.
 run_command() {
   local rc
   set +e
   "$@"
   rc=$?
   set -e
+  [ $rc -eq 0 ] || show_logs
   exit $rc
 }
