@@ -20,7 +20,10 @@
 
 namespace vorrik::portal {
 
-// Posts buttons through the session. A picked point is reached by relative motion, since
+// Posts buttons through the session's EIS connection where it has one: a picked point is then
+// reached by absolute motion in the layout, on whichever monitor holds it, and each event goes
+// without an answer, in order on the one socket. Else through the portal's D-Bus calls, where a
+// picked point is reached by relative motion, since
 // absolute motion through the portal needs a screen-cast stream (the user would be asked to
 // share the screen): a motion far beyond the bottom-right corner leaves the pointer on the
 // corner's pixel, then one motion by the distance from there lands exactly. The top-left
