@@ -20,4 +20,26 @@ std::optional<ClickPoint> regionPoint(std::span<const EisRegion> regions, ClickP
   return inside ? std::optional(layout) : std::nullopt;
 }
 
+double rootScale(std::span<const EisRegion> regions, double rootWidth, double rootHeight) {
+  if (regions.empty()) {
+    return 1;
+  }
+  double left = regions.front().x;
+  double top = regions.front().y;
+  double right = left;
+  double bottom = top;
+  for (const EisRegion& r : regions) {
+    left = std::min(left, r.x);
+    top = std::min(top, r.y);
+    right = std::max(right, r.x + r.width);
+    bottom = std::max(bottom, r.y + r.height);
+  }
+  if (right <= left || bottom <= top || !(rootWidth > 0) || !(rootHeight > 0)) {
+    return 1;
+  }
+  const double scale = rootWidth / (right - left);
+  return scale >= 1 && scale == std::floor(scale) && rootHeight == scale * (bottom - top) ? scale
+                                                                                          : 1;
+}
+
 }  // namespace vorrik::portal

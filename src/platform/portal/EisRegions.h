@@ -25,4 +25,8 @@ struct EisRegion {
 std::optional<ClickPoint> regionPoint(std::span<const EisRegion> regions, ClickPoint at,
                                       double xScale);
 
+// How many of Xwayland's root pixels make one layout pixel, read from the root's size against the
+// regions' bounding box: a whole factor that fits both sides, else 1 (so is an unknown root).
+double rootScale(std::span<const EisRegion> regions, double rootWidth, double rootHeight);
+
 }  // namespace vorrik::portal

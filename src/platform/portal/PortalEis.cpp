@@ -60,14 +60,10 @@ class LibeiPointer final : public EisPointer, public std::enable_shared_from_thi
     return ready_ && buttonDevice() != nullptr;
   }
 
-  [[nodiscard]] std::optional<ClickPoint> reach(ClickPoint at) const override {
+  [[nodiscard]] std::optional<ClickPoint> reach(ClickPoint at, double rootWidth,
+                                                double rootHeight) const override {
     std::lock_guard lock(mutex_);
-    return regionPoint(regions_, at, rootScale_);
-  }
-
-  void setRootScale(double scale) override {
-    std::lock_guard lock(mutex_);
-    rootScale_ = scale;
+    return regionPoint(regions_, at, rootScale(regions_, rootWidth, rootHeight));
   }
 
   bool moveTo(ClickPoint layout) override {
@@ -267,7 +263,6 @@ class LibeiPointer final : public EisPointer, public std::enable_shared_from_thi
   ei* context_;  // guarded by mutex_, as is everything below but the handlers
   std::vector<Device> devices_;
   std::vector<EisRegion> regions_;
-  double rootScale_ = 1;
   uint32_t sequence_ = 0;
   bool ready_ = false;
   Handlers handlers_;      // main thread

@@ -37,11 +37,10 @@ class EisPointer {
   // Whether the devices take events now; any thread.
   [[nodiscard]] virtual bool ready() const = 0;
   // The layout point a picked point in Xwayland's root pixels lands on, or nothing when it is
-  // off every monitor; any thread.
-  [[nodiscard]] virtual std::optional<ClickPoint> reach(ClickPoint at) const = 0;
-  // How many root pixels of Xwayland make one layout pixel, for reach(); 1 until said. Any
-  // thread.
-  virtual void setRootScale(double scale) = 0;
+  // off every monitor. The root's size (empty: points are layout pixels already) tells whether
+  // Xwayland scales natively. Any thread.
+  [[nodiscard]] virtual std::optional<ClickPoint> reach(ClickPoint at, double rootWidth,
+                                                        double rootHeight) const = 0;
   // Moves the pointer to a layout point; false when it could not be sent. Any thread.
   virtual bool moveTo(ClickPoint layout) = 0;
   // Presses or releases an evdev button where the pointer is; false when it could not be sent.

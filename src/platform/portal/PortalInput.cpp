@@ -23,6 +23,11 @@ void PortalInjector::setScreen(QRect screen) {
   screen_ = screen;
 }
 
+void PortalInjector::setRoot(QSize root) {
+  std::lock_guard lock(mutex_);
+  root_ = root;
+}
+
 std::optional<MouseEvent> PortalInjector::make(MouseAction action, MouseButton button,
                                                std::optional<ClickPoint> at) {
   if (session_.state() != PortalSession::State::started) {
@@ -33,7 +38,13 @@ std::optional<MouseEvent> PortalInjector::make(MouseAction action, MouseButton b
     if (!eis->ready()) {
       return std::nullopt;
     }
-    const std::optional<ClickPoint> layout = at ? eis->reach(*at) : std::nullopt;
+    QSize root;
+    {
+      std::lock_guard lock(mutex_);
+      root = root_;
+    }
+    const std::optional<ClickPoint> layout =
+        at ? eis->reach(*at, root.width(), root.height()) : std::nullopt;
     if (at && !layout) {
       return std::nullopt;
     }

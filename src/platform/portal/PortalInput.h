@@ -5,6 +5,7 @@
 // portal's remote-desktop session (GNOME, KDE Plasma on Wayland).
 
 #include <QRect>
+#include <QSize>
 #include <QString>
 
 #include <atomic>
@@ -38,6 +39,9 @@ class PortalInjector final : public EventInjector {
   // The screen the pointer moves on, in logical pixels; set on the main thread from the
   // toolkit's screens, read by the worker.
   void setScreen(QRect screen);
+  // The size of Xwayland's root in its own pixels where picks come from it, else empty; main
+  // thread, read by the worker.
+  void setRoot(QSize root);
 
   // Nothing while the session is not started, or for a point off the screen.
   std::optional<MouseEvent> make(MouseAction action, MouseButton button,
@@ -50,6 +54,7 @@ class PortalInjector final : public EventInjector {
   PortalSession& session_;
   mutable std::mutex mutex_;
   QRect screen_;  // guarded by mutex_
+  QSize root_;    // guarded by mutex_
 };
 
 // Trusted while the session is started. Asking (prompt) asks the desktop for the session and

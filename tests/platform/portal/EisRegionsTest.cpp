@@ -56,5 +56,28 @@ TEST(PortalEisRegions, MapsRootPixelsToTheRegionThatHoldsThem) {
   }
 }
 
+TEST(PortalEisRegions, ReadsXwaylandsScaleFromItsRootAgainstTheLayout) {
+  struct ScaleCase {
+    const char* what;
+    std::span<const EisRegion> regions;
+    double rootWidth;
+    double rootHeight;
+    double expected;
+  };
+  const std::array cases{
+      ScaleCase{"root is the layout", kSideBySide, 3200, 1080, 1},
+      ScaleCase{"native scaling at 2", kSideBySide, 6400, 2160, 2},
+      ScaleCase{"native scaling at 3, offset layout", kStacked, 5760, 5400, 3},
+      ScaleCase{"unknown root", kSideBySide, 0, 0, 1},
+      ScaleCase{"root of another shape", kSideBySide, 6400, 1080, 1},
+      ScaleCase{"fractional ratio", kSideBySide, 4800, 1620, 1},
+      ScaleCase{"no regions", {}, 6400, 2160, 1},
+      ScaleCase{"not a number", kSideBySide, kNaN, 2160, 1},
+  };
+  for (const ScaleCase& c : cases) {
+    EXPECT_EQ(rootScale(c.regions, c.rootWidth, c.rootHeight), c.expected) << c.what;
+  }
+}
+
 }  // namespace
 }  // namespace vorrik::portal
