@@ -9,8 +9,8 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <mutex>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -286,7 +286,9 @@ std::shared_ptr<EisPointer> EisPointer::open(int fd, Handlers handlers) {
   ei_configure_name(context, "Vorrik");
   // The context owns fd from here, failed or not.
   if (const int error = ei_setup_backend_fd(context, fd); error != 0) {
-    qCWarning(lcPortal) << "libei could not take the EIS socket:" << strerror(-error);
+    qCWarning(lcPortal) << "libei could not take the EIS socket:"
+                        << QString::fromLocal8Bit(
+                               std::error_code(-error, std::generic_category()).message());
     ei_unref(context);
     return nullptr;
   }
