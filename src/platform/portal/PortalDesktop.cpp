@@ -139,6 +139,8 @@ class PortalDesktop final : public qt::QtDesktop {
     // Xwayland's cover shows the desktop under its tint and knows exact root coordinates; the
     // Wayland overlay, which GNOME draws over black, is for sessions without Xwayland.
     if (cover_) {
+      // Through EIS the injector finds the monitor of any point itself.
+      cover_->reachesEveryMonitor = [this] { return session_.eis() != nullptr; };
       input_.setLeftPressSource(cover_.get());
     } else {
       overlay_.emplace(std::string{}, wayland::PickOverlay::Reach::primaryScreen);
