@@ -139,6 +139,8 @@ class PortalDesktop final : public qt::QtDesktop {
     // Xwayland's cover shows the desktop under its tint and knows exact root coordinates; the
     // Wayland overlay, which GNOME draws over black, is for sessions without Xwayland.
     if (cover_) {
+      // Through EIS the injector finds the monitor of any point itself.
+      cover_->reachesEveryMonitor = [this] { return session_.eis() != nullptr; };
       input_.setLeftPressSource(cover_.get());
     } else {
       overlay_.emplace(std::string{}, wayland::PickOverlay::Reach::primaryScreen);
@@ -199,10 +201,21 @@ class PortalDesktop final : public qt::QtDesktop {
       return;
     }
     injector_.setScreen(screen->geometry());
+    followRoot(screen);
     QObject::disconnect(screenWatch_);
-    screenWatch_ =
-        QObject::connect(screen, &QScreen::geometryChanged, &context_,
-                         [this](const QRect& geometry) { injector_.setScreen(geometry); });
+    screenWatch_ = QObject::connect(screen, &QScreen::geometryChanged, &context_,
+                                    [this, screen](const QRect& geometry) {
+                                      injector_.setScreen(geometry);
+                                      followRoot(screen);
+                                    });
+  }
+
+  // Picks on the cover come in Xwayland's root pixels, which Qt on X shows as the virtual
+  // desktop divided by its device pixel ratio; the injector compares the root with the EIS
+  // layout to tell whether Xwayland scales natively. Overlay picks are in layout pixels.
+  void followRoot(const QScreen* screen) {
+    injector_.setRoot(cover_ ? (QSizeF(screen->virtualSize()) * screen->devicePixelRatio()).toSize()
+                             : QSize());
   }
 
   // Before what calls it, so that it outlives them.

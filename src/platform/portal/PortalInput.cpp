@@ -23,10 +23,32 @@ void PortalInjector::setScreen(QRect screen) {
   screen_ = screen;
 }
 
+void PortalInjector::setRoot(QSize root) {
+  std::lock_guard lock(mutex_);
+  root_ = root;
+}
+
 std::optional<MouseEvent> PortalInjector::make(MouseAction action, MouseButton button,
                                                std::optional<ClickPoint> at) {
   if (session_.state() != PortalSession::State::started) {
     return std::nullopt;
+  }
+  // Through EIS a point is checked once, here, and the event carries its layout point.
+  if (const auto eis = session_.eis()) {
+    if (!eis->ready()) {
+      return std::nullopt;
+    }
+    QSize root;
+    {
+      std::lock_guard lock(mutex_);
+      root = root_;
+    }
+    const std::optional<ClickPoint> layout =
+        at ? eis->reach(*at, root.width(), root.height()) : std::nullopt;
+    if (at && !layout) {
+      return std::nullopt;
+    }
+    return MouseEvent{action, button, layout, 1};
   }
   if (at) {
     std::lock_guard lock(mutex_);
@@ -39,6 +61,15 @@ std::optional<MouseEvent> PortalInjector::make(MouseAction action, MouseButton b
 }
 
 void PortalInjector::post(const MouseEvent& event) {
+  const int code = event.button == MouseButton::right ? kButtonRight : kButtonLeft;
+  if (const auto eis = session_.eis()) {
+    // Nothing sent is reported by the connection itself, which then loses the session.
+    if (event.action == MouseAction::down && event.clickState == 1 && event.at) {
+      eis->moveTo(*event.at);
+    }
+    eis->button(code, event.action == MouseAction::down);
+    return;
+  }
   if (event.action == MouseAction::down && event.clickState == 1 && event.at) {
     QRect screen;
     {
@@ -50,8 +81,7 @@ void PortalInjector::post(const MouseEvent& event) {
     session_.pointerMotion(std::round(event.at->x) - screen.right(),
                            std::round(event.at->y) - screen.bottom());
   }
-  session_.pointerButton(event.button == MouseButton::right ? kButtonRight : kButtonLeft,
-                         event.action == MouseAction::down);
+  session_.pointerButton(code, event.action == MouseAction::down);
 }
 
 PortalTrust::PortalTrust(PortalSession& session, std::function<QString()> parentWindow,

@@ -5,6 +5,7 @@
 // portal's remote-desktop session (GNOME, KDE Plasma on Wayland).
 
 #include <QRect>
+#include <QSize>
 #include <QString>
 
 #include <atomic>
@@ -20,7 +21,10 @@
 
 namespace vorrik::portal {
 
-// Posts buttons through the session. A picked point is reached by relative motion, since
+// Posts buttons through the session's EIS connection where it has one: a picked point is then
+// reached by absolute motion in the layout, on whichever monitor holds it, and each event goes
+// without an answer, in order on the one socket. Else through the portal's D-Bus calls, where a
+// picked point is reached by relative motion, since
 // absolute motion through the portal needs a screen-cast stream (the user would be asked to
 // share the screen): a motion far beyond the bottom-right corner leaves the pointer on the
 // corner's pixel, then one motion by the distance from there lands exactly. The top-left
@@ -35,6 +39,9 @@ class PortalInjector final : public EventInjector {
   // The screen the pointer moves on, in logical pixels; set on the main thread from the
   // toolkit's screens, read by the worker.
   void setScreen(QRect screen);
+  // The size of Xwayland's root in its own pixels where picks come from it, else empty; main
+  // thread, read by the worker.
+  void setRoot(QSize root);
 
   // Nothing while the session is not started, or for a point off the screen.
   std::optional<MouseEvent> make(MouseAction action, MouseButton button,
@@ -47,6 +54,7 @@ class PortalInjector final : public EventInjector {
   PortalSession& session_;
   mutable std::mutex mutex_;
   QRect screen_;  // guarded by mutex_
+  QSize root_;    // guarded by mutex_
 };
 
 // Trusted while the session is started. Asking (prompt) asks the desktop for the session and

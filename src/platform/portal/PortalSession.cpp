@@ -6,7 +6,11 @@
 #include <QDBusObjectPath>
 #include <QDBusPendingCall>
 #include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusUnixFileDescriptor>
 #include <QLoggingCategory>
+
+#include <fcntl.h>
 
 #include <utility>
 
@@ -53,6 +57,9 @@ PortalSession::~PortalSession() {
   const QString name = bus_.name();
   {
     std::lock_guard lock(mutex_);
+    if (eis_) {
+      std::exchange(eis_, nullptr)->close();
+    }
     if (!session_.isEmpty()) {
       closeSession(bus_, session_);
     }
@@ -161,7 +168,14 @@ void PortalSession::onResponse(uint response, const QVariantMap& results) {
           !token.isEmpty()) {
         defaults_.setString(kRestoreTokenKey, token.toStdString());
       }
-      state_.store(State::started);
+      // Once an EIS connection exists the portal refuses the D-Bus events, so it is asked for
+      // only where it will serve.
+      if (version_ >= 2 && EisPointer::builtIn()) {
+        connectEis(session);
+        return;
+      }
+      start(EisPointer::builtIn() ? "D-Bus (the portal offers no EIS)"
+                                  : "D-Bus (built without libei)");
       // The desktop drops buttons until the session has moved the pointer once; a motion by
       // nothing moves nothing.
       pointerMotion(0, 0);
@@ -171,6 +185,66 @@ void PortalSession::onResponse(uint response, const QVariantMap& results) {
     case Step::none:
       return;
   }
+}
+
+void PortalSession::start(const char* path) {
+  qCInfo(lcPortal).noquote() << "remote desktop started; clicks go through" << path;
+  state_.store(State::started);
+}
+
+void PortalSession::connectEis(const QString& session) {
+  QDBusMessage call =
+      portalCall(QString::fromLatin1(kRemoteDesktop), QStringLiteral("ConnectToEIS"));
+  call.setArguments({QVariant::fromValue(QDBusObjectPath(session)), QVariantMap{}});
+  auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
+  connect(watcher, &QDBusPendingCallWatcher::finished, this,
+          [this, session](QDBusPendingCallWatcher* done) {
+            done->deleteLater();
+            const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *done;
+            {
+              // An answer for a session that has since ended.
+              std::lock_guard lock(mutex_);
+              if (state_.load() != State::asking || session_ != session) {
+                return;
+              }
+            }
+            if (reply.isError()) {
+              qCWarning(lcPortal) << "no EIS connection:" << reply.error().message();
+              start("D-Bus (the portal gave no EIS socket)");
+              pointerMotion(0, 0);
+              answered(true);
+              return;
+            }
+            // The reply closes its descriptor; libei takes a copy of its own.
+            const int fd = fcntl(reply.value().fileDescriptor(), F_DUPFD_CLOEXEC, 0);
+            std::shared_ptr<EisPointer> eis =
+                fd < 0 ? nullptr
+                       : EisPointer::open(fd, {.ready =
+                                                   [this] {
+                                                     if (state_.load() == State::asking) {
+                                                       start("EIS (libei)");
+                                                       answered(true);
+                                                     }
+                                                   },
+                                               .lost =
+                                                   [this](const QString& reason) {
+                                                     qCWarning(lcPortal).noquote()
+                                                         << "remote desktop lost:" << reason;
+                                                     lose();
+                                                   }});
+            if (!eis) {
+              qCWarning(lcPortal) << "the EIS socket could not be used";
+              answered(false);
+              return;
+            }
+            std::lock_guard lock(mutex_);
+            eis_ = std::move(eis);
+          });
+}
+
+std::shared_ptr<EisPointer> PortalSession::eis() const {
+  std::lock_guard lock(mutex_);
+  return eis_;
 }
 
 void PortalSession::onClosed(const QVariantMap& /*details*/) {
@@ -193,9 +267,14 @@ void PortalSession::lose() {
 void PortalSession::answered(bool started) {
   if (!started) {
     QString session;
+    std::shared_ptr<EisPointer> eis;
     {
       std::lock_guard lock(mutex_);
       session = std::exchange(session_, QString());
+      eis = std::exchange(eis_, nullptr);
+    }
+    if (eis) {
+      eis->close();
     }
     if (!session.isEmpty()) {
       bus_.disconnect(QString::fromLatin1(kPortalService), session, kSession,

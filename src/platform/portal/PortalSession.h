@@ -13,6 +13,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -20,6 +21,7 @@
 #include "platform/DefaultsStore.h"
 #include "platform/portal/HostRegistration.h"
 #include "platform/portal/PortalBus.h"
+#include "platform/portal/PortalEis.h"
 
 namespace vorrik::portal {
 
@@ -69,6 +71,9 @@ class PortalSession final : public QObject {
   // answer loses the session. Any thread.
   void pointerButton(int evdevButton, bool pressed);
   void pointerMotion(double dx, double dy);
+  // The EIS connection that clicks for the started session instead of the calls above, or
+  // nothing where the portal or the build has none. Any thread; hold it only for the events.
+  [[nodiscard]] std::shared_ptr<EisPointer> eis() const;
 
  private Q_SLOTS:
   // The Response signal of the request in flight.
@@ -85,6 +90,10 @@ class PortalSession final : public QObject {
   // Ends a session that broke without a Closed signal as if the desktop had revoked it.
   void lose();
   void send(const QString& method, const QVariantList& args);
+  // After Start: asks for the EIS socket, and starts once its devices take events.
+  void connectEis(const QString& session);
+  // Marks the session started, with events sent through path (for the log).
+  void start(const char* path);
 
   QDBusConnection bus_;
   DefaultsStore& defaults_;
@@ -98,7 +107,8 @@ class PortalSession final : public QObject {
   unsigned counter_ = 0;
   std::atomic<State> state_{State::idle};
   mutable std::mutex mutex_;
-  QString session_;  // guarded by mutex_: the worker reads it
+  QString session_;                  // guarded by mutex_: the worker reads it
+  std::shared_ptr<EisPointer> eis_;  // guarded by mutex_
   // The portal and the desktop's halves of it hold the session: one leaving the bus ends it.
   QDBusServiceWatcher portals_;
   // Vorrik's application ID on bus_, before its first portal call.

@@ -87,7 +87,8 @@ std::optional<InputMonitor::Handle> X11PickCover::addLeftPressMonitor(
   handler_ = std::move(handler);
   active_ = next_++;
   last_.reset();
-  if (QScreen* primary = QGuiApplication::primaryScreen()) {
+  if (QScreen* primary = QGuiApplication::primaryScreen();
+      primary != nullptr && !(reachesEveryMonitor && reachesEveryMonitor())) {
     reachable_ = primary->geometry();
   }
   Display* display = display_.get();

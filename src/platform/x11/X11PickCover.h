@@ -44,6 +44,9 @@ class X11PickCover final : public InputMonitor, public Pointer {
   // Where the last pick landed (or, while one is pending, the pointer last was over the cover);
   // nothing after a cancel or before any pick.
   std::optional<ClickPoint> position() override { return last_; }
+  // Asked at each pick: whether the clicks reach every monitor, so that a pick anywhere on the
+  // root takes its point; else only the primary screen's picks do.
+  std::function<bool()> reachesEveryMonitor;
 
  private:
   X11PickCover() = default;
