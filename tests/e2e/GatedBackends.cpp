@@ -53,7 +53,7 @@ class GatedDesktop final : public Desktop {
   MainQueue& mainQueue() override { return real_->mainQueue(); }
   AccessibilityTrust& trust() override { return real_->trust(); }
   EventInjector& injector() override { return injector_; }
-  Pointer& pickPointer() override { return real_->pickPointer(); }
+  PointPick& picker() override { return real_->picker(); }
   InputMonitor* input() override { return real_->input(); }
   WindowSystem* windows() override { return real_->windows(); }
   SettingsLink& settingsLink() override { return real_->settingsLink(); }

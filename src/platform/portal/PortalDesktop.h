@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/Backend.h"
+#include "platform/PointPick.h"
 
 namespace vorrik::portal {
 
@@ -20,7 +21,10 @@ std::optional<std::string> unfit(const Session& session);
 std::string_view qtPlatform(const Session& session);
 
 // Clicks through the portal's remote-desktop session, with the Qt main queue, settings,
-// languages and notifications; after the QApplication exists.
-std::unique_ptr<Desktop> openDesktop(const Session& session);
+// languages and notifications; after the QApplication exists. Picks through xwaylandPick, a
+// cover on Xwayland whose points are the layout pixels the injector moves in, or where it is
+// null (no Xwayland) through a Wayland overlay.
+std::unique_ptr<Desktop> openDesktop(const Session& session,
+                                     std::unique_ptr<PointPick> xwaylandPick);
 
 }  // namespace vorrik::portal

@@ -15,7 +15,6 @@
 #include "platform/AccessibilityTrust.h"
 #include "platform/ClickPoint.h"
 #include "platform/EventInjector.h"
-#include "platform/Pointer.h"
 #include "platform/portal/PortalSession.h"
 
 namespace vorrik::portal {

@@ -12,7 +12,6 @@
 #include "platform/AccessibilityTrust.h"
 #include "platform/ClickPoint.h"
 #include "platform/EventInjector.h"
-#include "platform/Pointer.h"
 
 namespace vorrik::wlroots {
 

@@ -48,23 +48,6 @@ std::optional<RootPosition> rootPosition(ClickPoint at) {
   return RootPosition{static_cast<int>(x), static_cast<int>(y)};
 }
 
-// Where the pointer is on display's default screen (nothing while it is on another): one round
-// trip.
-std::optional<ClickPoint> queryPointer(Display* display) {
-  Window root = 0;
-  Window child = 0;
-  int rootX = 0;
-  int rootY = 0;
-  int windowX = 0;
-  int windowY = 0;
-  unsigned mask = 0;
-  if (XQueryPointer(display, DefaultRootWindow(display), &root, &child, &rootX, &rootY, &windowX,
-                    &windowY, &mask) != True) {
-    return std::nullopt;
-  }
-  return ClickPoint{static_cast<double>(rootX), static_cast<double>(rootY)};
-}
-
 // True when fd has something to read, without waiting.
 bool readable(int fd) {
   pollfd watch{fd, POLLIN, 0};
@@ -169,17 +152,6 @@ unsigned X11Injector::physicalButton(Display* display, unsigned char logical, bo
   const auto found = std::find(buttonMap_.begin(), buttonMap_.end(), logical);
   return found != buttonMap_.end() ? static_cast<unsigned>(found - buttonMap_.begin()) + 1
                                    : logical;
-}
-
-X11Pointer::X11Pointer(const char* displayName)
-    : connection_(std::make_unique<Connection>(displayName)) {}
-
-X11Pointer::~X11Pointer() = default;
-
-std::optional<ClickPoint> X11Pointer::position() {
-  std::optional<ClickPoint> where;
-  connection_->with([&](Display* display) { where = queryPointer(display); });
-  return where;
 }
 
 X11Trust::X11Trust(const char* displayName, bool wholeSession) : wholeSession_(wholeSession) {
