@@ -23,19 +23,20 @@ void PortalInjector::setScreen(QRect screen) {
   screen_ = screen;
 }
 
-std::optional<MouseEvent> PortalInjector::make(MouseAction action, MouseButton button,
-                                               std::optional<ClickPoint> at) {
+bool PortalInjector::click(MouseButton button, std::optional<ClickPoint> at, int count,
+                           ClickPacing& pacing) {
   if (session_.state() != PortalSession::State::started) {
-    return std::nullopt;
+    return false;
   }
   if (at) {
     std::lock_guard lock(mutex_);
     if (!std::isfinite(at->x) || !std::isfinite(at->y) ||
         !QRectF(screen_).contains(std::round(at->x), std::round(at->y))) {
-      return std::nullopt;
+      return false;
     }
   }
-  return MouseEvent{action, button, at, 1};
+  postPresses(button, at, count, pacing, [this](const MouseEvent& event) { post(event); });
+  return true;
 }
 
 void PortalInjector::post(const MouseEvent& event) {

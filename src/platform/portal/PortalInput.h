@@ -35,14 +35,15 @@ class PortalInjector final : public EventInjector {
   // toolkit's screens, read by the worker.
   void setScreen(QRect screen);
 
-  // Nothing while the session is not started, or for a point off the screen.
-  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
-                                 std::optional<ClickPoint> at) override;
-  // Presses or releases the left or right button, after moving to the event's point for the
-  // first press of a click at a picked point.
-  void post(const MouseEvent& event) override;
+  // False while the session is not started, or for a point off the screen.
+  bool click(MouseButton button, std::optional<ClickPoint> at, int count,
+             ClickPacing& pacing) override;
 
  private:
+  // Presses or releases the left or right button, after moving to the event's point for the
+  // first press of a click at a picked point.
+  void post(const MouseEvent& event);
+
   PortalSession& session_;
   mutable std::mutex mutex_;
   QRect screen_;  // guarded by mutex_

@@ -32,13 +32,11 @@ class X11Injector final : public EventInjector {
   X11Injector(const X11Injector&) = delete;
   X11Injector& operator=(const X11Injector&) = delete;
 
-  // Nothing when the display is gone or the point is not a finite X root position.
-  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
-                                 std::optional<ClickPoint> at) override;
-  // Moves the pointer to the event's point (rounded) if it has one, presses or releases the
-  // physical button that the core pointer map makes logical 1 (left) or 3 (right) and flushes;
-  // does nothing when the display is gone.
-  void post(const MouseEvent& event) override;
+  // False when the display is gone or the point is not a finite X root position. Each event
+  // moves the pointer to the point (rounded) if there is one, then presses or releases the
+  // physical button that the core pointer map makes logical 1 (left) or 3 (right), and flushes.
+  bool click(MouseButton button, std::optional<ClickPoint> at, int count,
+             ClickPacing& pacing) override;
 
   // True while the display connection is open and healthy.
   [[nodiscard]] bool connected() const;

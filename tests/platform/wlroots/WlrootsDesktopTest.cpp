@@ -156,11 +156,11 @@ class WlrootsDesktopTest : public QObject {
   }
 
   void click(MouseButton button, ClickPoint at) {
-    for (MouseAction action : {MouseAction::down, MouseAction::up}) {
-      const auto event = injector_.make(action, button, at);
-      QVERIFY(event);
-      injector_.post(*event);
-    }
+    struct : ClickPacing {
+      void hold() override {}
+      void gap() override {}
+    } pacing;
+    QVERIFY(injector_.click(button, at, 1, pacing));
   }
 
   static bool sway(const std::string& command) {
