@@ -51,11 +51,12 @@ struct Options {
 };
 
 void usage() {
-  std::cerr << "usage: vorrik_click_timing --vorrik-display D --reference-display D\n"
-               "         --clicker PATH --shim PATH --work DIR [--rounds N] [--periods N]\n"
-               "         [--runs N] [--no-spin]\n"
-               "  --runs N    N runs back to back, then each run's pooled ratios and their minimum\n"
-               "  --no-spin   the engine's timer without its early wake and final spin\n";
+  std::cerr
+      << "usage: vorrik_click_timing --vorrik-display D --reference-display D\n"
+         "         --clicker PATH --shim PATH --work DIR [--rounds N] [--periods N]\n"
+         "         [--runs N] [--no-spin]\n"
+         "  --runs N    N runs back to back, then each run's pooled ratios and their minimum\n"
+         "  --no-spin   the engine's timer without its early wake and final spin\n";
 }
 
 std::optional<Options> parse(int argc, char** argv) {

@@ -235,11 +235,12 @@ std::string formatRuns(const std::vector<PairedResults>& runs, const Targets& ta
     const ClickerRun reference = pooled(runs[i].rounds, all, &PairedRound::reference);
     const auto source = p99Ratio(reference.source, vorrik.source);
     const auto receiver = p99Ratio(reference.receiver, vorrik.receiver);
-    out += fmt("  run %zu: source p99 ratio %s, receiver p99 ratio %s, CPU per click Vorrik %s, "
-               "reference %s\n",
-               i + 1, ratioText(source).c_str(), ratioText(receiver).c_str(),
-               vorrik.cpuUsPerClick ? fmt("%.0f us", *vorrik.cpuUsPerClick).c_str() : "n/a",
-               reference.cpuUsPerClick ? fmt("%.0f us", *reference.cpuUsPerClick).c_str() : "n/a");
+    out +=
+        fmt("  run %zu: source p99 ratio %s, receiver p99 ratio %s, CPU per click Vorrik %s, "
+            "reference %s\n",
+            i + 1, ratioText(source).c_str(), ratioText(receiver).c_str(),
+            vorrik.cpuUsPerClick ? fmt("%.0f us", *vorrik.cpuUsPerClick).c_str() : "n/a",
+            reference.cpuUsPerClick ? fmt("%.0f us", *reference.cpuUsPerClick).c_str() : "n/a");
     // A run with no ratio leaves no minimum: it measured nothing to hold against the targets.
     complete = complete && source && receiver;
     minSource = source && (!minSource || *source < *minSource) ? source : minSource;
