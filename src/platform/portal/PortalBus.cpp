@@ -73,6 +73,12 @@ std::optional<unsigned> portalVersion(const char* interface) {
   return version;
 }
 
+void closeRequest(const QDBusConnection& bus, const QString& path) {
+  bus.send(QDBusMessage::createMethodCall(QString::fromLatin1(kPortalService), path,
+                                          QStringLiteral("org.freedesktop.portal.Request"),
+                                          QStringLiteral("Close")));
+}
+
 void closeSession(const QDBusConnection& bus, const QString& session) {
   bus.send(QDBusMessage::createMethodCall(QString::fromLatin1(kPortalService), session,
                                           QString::fromLatin1(kSessionInterface),

@@ -37,6 +37,9 @@ QString sendRequest(QDBusConnection& bus, const QString& interface, const QStrin
                     QVariantList args, const QString& token, QObject* receiver,
                     const char* responseSlot, std::function<void(const QDBusError&)> failed);
 
+// Asks the portal to end the request at path (its Request.Close), without waiting.
+void closeRequest(const QDBusConnection& bus, const QString& path);
+
 // Stops listening for the Response of the request at path.
 void forgetRequest(QDBusConnection& bus, const QString& path, QObject* receiver,
                    const char* responseSlot);

@@ -119,7 +119,8 @@ bool PortalTrust::isTrusted(bool prompt) {
   if (state == PortalSession::State::started) {
     return true;
   }
-  if (prompt && state == PortalSession::State::idle) {
+  // The session decides whether a request in flight is asked anew.
+  if (prompt) {
     session_.ask(parentWindow_ ? parentWindow_() : QString());
   }
   return false;

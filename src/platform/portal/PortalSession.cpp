@@ -12,6 +12,7 @@
 
 #include <fcntl.h>
 
+#include <chrono>
 #include <utility>
 
 namespace vorrik::portal {
@@ -21,6 +22,10 @@ const QString kSession = QString::fromLatin1(kSessionInterface);
 constexpr const char* kRestoreTokenKey = "portalRestoreToken";
 // A desktop that does not answer an event within this is not clicking anyway.
 constexpr int kEventTimeoutMs = 1000;
+// A Start pressed again this long after the desktop was to show its dialog asks anew: the
+// desktop may have lost the dialog (GNOME 43 showed none after a refusal, now and then), and a
+// dialog still up is shown again rather than left unanswered.
+constexpr std::chrono::seconds kDialogLostAfter{10};
 
 // Device types and persistence, as the RemoteDesktop portal numbers them.
 constexpr uint kPointer = 2;
@@ -74,6 +79,15 @@ bool PortalSession::remembersConsent() const {
 }
 
 void PortalSession::ask(const QString& parentWindow) {
+  if (state_.load() == State::asking && step_ == Step::start &&
+      std::chrono::steady_clock::now() - dialogAsked_ >= kDialogLostAfter) {
+    qCInfo(lcPortal) << "asking again: the desktop's dialog never answered";
+    forgetRequest(bus_, requestPath_, this, SLOT(onResponse(uint, QVariantMap)));
+    closeRequest(bus_, requestPath_);
+    endSession();
+    step_ = Step::none;
+    state_.store(State::idle);
+  }
   if (state_.load() != State::idle) {
     return;
   }
@@ -101,6 +115,9 @@ bool PortalSession::request(Step step, const QString& method, QVariantList args,
   step_ = step;
   // Only Start shows the dialog; every way it ends goes through answered().
   setDialog(step == Step::start);
+  if (step == Step::start) {
+    dialogAsked_ = std::chrono::steady_clock::now();
+  }
   args.append(options);
   requestPath_ =
       sendRequest(bus_, QString::fromLatin1(kRemoteDesktop), method, std::move(args),
@@ -264,23 +281,27 @@ void PortalSession::lose() {
   }
 }
 
+void PortalSession::endSession() {
+  QString session;
+  std::shared_ptr<EisPointer> eis;
+  {
+    std::lock_guard lock(mutex_);
+    session = std::exchange(session_, QString());
+    eis = std::exchange(eis_, nullptr);
+  }
+  if (eis) {
+    eis->close();
+  }
+  if (!session.isEmpty()) {
+    bus_.disconnect(QString::fromLatin1(kPortalService), session, kSession,
+                    QStringLiteral("Closed"), this, SLOT(onClosed(QVariantMap)));
+    closeSession(bus_, session);
+  }
+}
+
 void PortalSession::answered(bool started) {
   if (!started) {
-    QString session;
-    std::shared_ptr<EisPointer> eis;
-    {
-      std::lock_guard lock(mutex_);
-      session = std::exchange(session_, QString());
-      eis = std::exchange(eis_, nullptr);
-    }
-    if (eis) {
-      eis->close();
-    }
-    if (!session.isEmpty()) {
-      bus_.disconnect(QString::fromLatin1(kPortalService), session, kSession,
-                      QStringLiteral("Closed"), this, SLOT(onClosed(QVariantMap)));
-      closeSession(bus_, session);
-    }
+    endSession();
     step_ = Step::none;
     state_.store(State::idle);
   }

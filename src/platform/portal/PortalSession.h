@@ -12,6 +12,7 @@
 #include <QVariantMap>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -47,8 +48,9 @@ class PortalSession final : public QObject {
   PortalSession(const PortalSession&) = delete;
   PortalSession& operator=(const PortalSession&) = delete;
 
-  // Asks the desktop for the session unless it is started or being asked for; the desktop may
-  // show its consent dialog over parentWindow (a portal window handle, or empty). Main thread.
+  // Asks the desktop for the session unless it is started or being asked for (a dialog asked
+  // for long ago and never answered is asked for anew); the desktop may show its consent dialog
+  // over parentWindow (a portal window handle, or empty). Main thread.
   void ask(const QString& parentWindow = {});
   // Whether the desktop remembers the user's consent: the portal restores sessions and holds a
   // token from the last one, so the next ask starts the session without a dialog. Main thread.
@@ -86,6 +88,8 @@ class PortalSession final : public QObject {
   // Sends method with args as a portal request whose answer comes through onResponse.
   bool request(Step step, const QString& method, QVariantList args, const QVariantMap& options);
   void answered(bool started);
+  // Closes the session, and its EIS connection, if there is one.
+  void endSession();
   void setDialog(bool open);
   // Ends a session that broke without a Closed signal as if the desktop had revoked it.
   void lose();
@@ -103,6 +107,7 @@ class PortalSession final : public QObject {
   bool restoring_ = false;
   bool dialog_ = false;  // what onDialog last heard
   Step step_ = Step::none;
+  std::chrono::steady_clock::time_point dialogAsked_;  // when Start, which shows it, was sent
   QString requestPath_;
   unsigned counter_ = 0;
   std::atomic<State> state_{State::idle};
