@@ -37,14 +37,14 @@ class ManualTimer final : public OneShotTimer {
 
 class NullInjector final : public EventInjector {
  public:
-  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
-                                 std::optional<ClickPoint> at) override {
-    return MouseEvent{action, button, at, 1};
-  }
-  void post(const MouseEvent& event) override {
-    // A copy the optimiser must keep: Google Benchmark 1.9 deprecates the const overload.
-    MouseEvent kept = event;
-    benchmark::DoNotOptimize(kept);
+  bool click(MouseButton button, std::optional<ClickPoint> at, int count,
+             ClickPacing& pacing) override {
+    postPresses(button, at, count, pacing, [](const MouseEvent& event) {
+      // A copy the optimiser must keep: Google Benchmark 1.9 deprecates the const overload.
+      MouseEvent kept = event;
+      benchmark::DoNotOptimize(kept);
+    });
+    return true;
   }
 };
 

@@ -228,30 +228,18 @@ std::optional<ClickPoint> ClickEngine::nextPoint() {
 bool ClickEngine::post(std::optional<ClickPoint> at) {
   const ClickType type = clickType.load();
   const MouseButton button = type == ClickType::right ? MouseButton::right : MouseButton::left;
-  const int clicks = type == ClickType::double_ ? 2 : 1;
-  EventInjector& injector = ports_.injector;
+  // The press arms the next tick; the pauses are the sleeper's.
+  struct Pacing final : ClickPacing {
+    ClickEngine& engine;
+    explicit Pacing(ClickEngine& owner) : engine(owner) {}
+    void hold() override {
+      engine.armFromPress();
+      engine.ports_.sleeper.sleepFor(kDownToUp);
+    }
+    void gap() override { engine.ports_.sleeper.sleepFor(kDoubleGap); }
+  } pacing(*this);
   const std::lock_guard click(clickMutex_);
-
-  for (int state = 1; state <= clicks; ++state) {
-    if (state > 1) {
-      ports_.sleeper.sleepFor(kDoubleGap);
-    }
-    std::optional<MouseEvent> down = injector.make(MouseAction::down, button, at);
-    if (!down) {
-      return false;
-    }
-    std::optional<MouseEvent> up = injector.make(MouseAction::up, button, at);
-    if (!up) {
-      return false;
-    }
-    down->clickState = state;
-    up->clickState = state;
-    injector.post(*down);
-    armFromPress();
-    ports_.sleeper.sleepFor(kDownToUp);
-    injector.post(*up);
-  }
-  return true;
+  return ports_.injector.click(button, at, type == ClickType::double_ ? 2 : 1, pacing);
 }
 
 void ClickEngine::reportCount() {

@@ -96,7 +96,7 @@ class ClickEngine {
   void fire(std::uint64_t generation, std::int64_t count);
   // The next point of the list; nothing (the list is empty) means at the pointer.
   std::optional<ClickPoint> nextPoint();
-  // Makes and posts one click; false when the injector could not make its events.
+  // Posts one click; false when the injector could not click there.
   bool post(std::optional<ClickPoint> at);
   void armFromPress();
   void postTask(std::function<void(ClickEngine&)> task);

@@ -10,6 +10,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QScreen>
+#include <QShortcut>
 #include <QWindow>
 
 #include <algorithm>
@@ -38,7 +39,7 @@ VorrikPanel::Services VorrikPanel::Services::from(Desktop& desktop, Sleeper& sle
   return {{desktop.mainQueue(), desktop.trust(), desktop.injector(), sleeper, random},
           std::move(timer),
           desktop.center(),
-          desktop.pickPointer(),
+          desktop.picker(),
           desktop.input(),
           desktop.windows()};
 }
@@ -47,8 +48,8 @@ VorrikPanel::VorrikPanel(Services services)
     : QWidget(nullptr),
       engine_(services.engine, std::move(services.timer)),
       ui_(ui::makeWidgets(this)),
-      picker_(services.pointer, services.input, *this,
-              [this](std::optional<ClickPoint> at) { picked(at); }),
+      picker_(services.picker),
+      cancelPick_(new QShortcut(QKeySequence(Qt::Key_Escape), this)),
       input_(services.input),
       windows_(services.windows) {
   ui::styleWindow(this);
@@ -73,7 +74,10 @@ VorrikPanel::VorrikPanel(Services services)
   });
 }
 
-VorrikPanel::~VorrikPanel() = default;
+VorrikPanel::~VorrikPanel() {
+  // The desktop's pick outlives the panel: no report may reach it afterwards.
+  picker_.cancel();
+}
 
 void VorrikPanel::wire() {
   connect(ui_.startBtn, &QPushButton::clicked, this, &VorrikPanel::toggle);
@@ -82,6 +86,12 @@ void VorrikPanel::wire() {
   connect(ui_.typePop, &QComboBox::activated, this, &VorrikPanel::typeChanged);
   connect(ui_.burstStep, &Stepper::stepped, this, &VorrikPanel::burstChanged);
   connect(ui_.addPointBtn, &QPushButton::clicked, this, &VorrikPanel::addPoint);
+  cancelPick_->setContext(Qt::ApplicationShortcut);
+  cancelPick_->setEnabled(false);
+  connect(cancelPick_, &QShortcut::activated, this, [this] {
+    picker_.cancel();
+    picked(std::nullopt);
+  });
   connect(ui_.clearPointsBtn, &QPushButton::clicked, this, &VorrikPanel::clearPoints);
   // The jitter box needs no action: it is read when a run starts.
   connect(ui_.langPop, &QComboBox::activated, this, &VorrikPanel::langChanged);
@@ -194,10 +204,12 @@ void VorrikPanel::addPoint() {
     return;
   }
   ui_.status->setText(text("click_to_set", {{"n", std::to_string(held + 1)}}));
-  picker_.arm();
+  cancelPick_->setEnabled(true);
+  picker_.start([this](std::optional<ClickPoint> at) { picked(at); });
 }
 
 void VorrikPanel::picked(std::optional<ClickPoint> at) {
+  cancelPick_->setEnabled(false);
   if (at) {
     engine_.points.append(*at);
     ui_.pointsLabel->setText(ui::targetText(*engine_.points.snapshot()));

@@ -3,17 +3,18 @@
 
 #include <QWidget>
 
+class QShortcut;
+
 #include <memory>
 #include <optional>
 
 #include "engine/ClickEngine.h"
 #include "panel/PanelLayout.h"
-#include "panel/PointPicker.h"
 #include "platform/Desktop.h"
 #include "platform/InputMonitor.h"
 #include "platform/NotificationCenter.h"
 #include "platform/OneShotTimer.h"
-#include "platform/Pointer.h"
+#include "platform/PointPick.h"
 #include "platform/WindowSystem.h"
 
 namespace vorrik {
@@ -35,9 +36,9 @@ class VorrikPanel : public QWidget {
     std::unique_ptr<OneShotTimer> timer;
     // Delivers the language-change notification.
     NotificationCenter& center;
-    // Where the pointer is when a pick ends; the panel's own, read on the main thread.
-    Pointer& pointer;
-    // Global key and mouse observation; null leaves the hotkey and point picking inert.
+    // How the user shows a click point.
+    PointPick& picker;
+    // Global key observation; null leaves the hotkey inert.
     InputMonitor* input = nullptr;
     // Window-manager requests; null when there is no window manager to ask.
     WindowSystem* windows = nullptr;
@@ -105,7 +106,10 @@ class VorrikPanel : public QWidget {
 
   ClickEngine engine_;
   ui::PanelWidgets ui_;
-  ui::PointPicker picker_;
+  PointPick& picker_;
+  // Escape typed into this application while a pick is pending cancels it (a cover that cannot
+  // take the keyboard leaves it with the panel).
+  QShortcut* cancelPick_;
   // The global F6 monitor, installed once for the life of the panel.
   std::optional<InputMonitor::Handle> hotkeyMonitor_;
   InputMonitor* input_;

@@ -6,6 +6,7 @@
 #include "platform/portal/PortalDesktop.h"
 #include "platform/wlroots/WlrootsDesktop.h"
 #include "platform/x11/X11Desktop.h"
+#include "platform/x11/X11PickCover.h"
 
 namespace vorrik {
 namespace {
@@ -17,6 +18,14 @@ std::string_view wayland(const Session& /*session*/) {
   return "wayland";
 }
 
+// The portal's desktop picks on Xwayland's cover where there is one; the two backends meet here
+// so that neither includes the other.
+std::unique_ptr<Desktop> openPortal(const Session& session) {
+  return portal::openDesktop(session, [](std::function<bool()> reachesEveryMonitor) {
+    return x11::X11PickCover::open(std::move(reachesEveryMonitor));
+  });
+}
+
 }  // namespace
 
 std::span<const Backend> availableBackends() {
@@ -25,7 +34,7 @@ std::span<const Backend> availableBackends() {
       Backend{"wlroots", &wayland, &wlroots::unfit, &wlroots::openDesktop},
       // GNOME and KDE Plasma on Wayland: the portal's clicks reach every window; the panel is
       // an Xwayland window where it can be, to stay in front.
-      Backend{"portal", &portal::qtPlatform, &portal::unfit, &portal::openDesktop},
+      Backend{"portal", &portal::qtPlatform, &portal::unfit, &openPortal},
       Backend{"x11", &xcb, &x11::unfit, &x11::openDesktop},
   };
   return kBackends;

@@ -7,7 +7,7 @@
 #include "platform/InputMonitor.h"
 #include "platform/MainQueue.h"
 #include "platform/NotificationCenter.h"
-#include "platform/Pointer.h"
+#include "platform/PointPick.h"
 #include "platform/PreferredLanguages.h"
 #include "platform/SettingsLink.h"
 #include "platform/ToggleShortcut.h"
@@ -30,10 +30,10 @@ class Desktop {
   virtual MainQueue& mainQueue() = 0;
   virtual AccessibilityTrust& trust() = 0;
   virtual EventInjector& injector() = 0;
-  // The pointer the panel reads where a pick ends, on the main thread; clicks at the pointer
-  // need no position, the injector posts them wherever it is.
-  virtual Pointer& pickPointer() = 0;
-  // Global key and button observation; null where the session offers none.
+  // How the user shows a click point on this desktop; clicks at the pointer need no position,
+  // the injector posts them wherever it is.
+  virtual PointPick& picker() = 0;
+  // Global key observation; null where the session offers none.
   virtual InputMonitor* input() = 0;
   // Window-manager requests; null where there is no window manager to ask.
   virtual WindowSystem* windows() = 0;

@@ -11,7 +11,7 @@ namespace vorrik {
 enum class MouseButton { left, right };
 enum class MouseAction { down, up };
 
-// One button event, made for a single post.
+// One button event of a click.
 struct MouseEvent {
   MouseAction action = MouseAction::down;
   MouseButton button = MouseButton::left;
@@ -22,16 +22,41 @@ struct MouseEvent {
   friend bool operator==(const MouseEvent&, const MouseEvent&) = default;
 };
 
-// Injects mouse button events at the lowest level of the input stream.
+// The time inside a click, kept by whoever asks for it; called on the posting thread.
+class ClickPacing {
+ public:
+  virtual ~ClickPacing() = default;
+  // Right after each press: lasts as long as the press is held.
+  virtual void hold() = 0;
+  // Between the two presses of a double click.
+  virtual void gap() = 0;
+};
+
+// Every click's shape: `count` presses, each released after pacing.hold(), pacing.gap() between
+// them; post(event) posts one of the events.
+template <typename Post>
+void postPresses(MouseButton button, std::optional<ClickPoint> at, int count, ClickPacing& pacing,
+                 Post&& post) {
+  for (int state = 1; state <= count; ++state) {
+    if (state > 1) {
+      pacing.gap();
+    }
+    post(MouseEvent{MouseAction::down, button, at, state});
+    pacing.hold();
+    post(MouseEvent{MouseAction::up, button, at, state});
+  }
+}
+
+// Injects mouse clicks at the lowest level of the input stream, so that every application
+// receives them as if they came from the mouse.
 class EventInjector {
  public:
   virtual ~EventInjector() = default;
-  // Makes an event of that action and button at a point (nothing: at the pointer), or nothing
-  // when the system cannot.
-  virtual std::optional<MouseEvent> make(MouseAction action, MouseButton button,
-                                         std::optional<ClickPoint> at) = 0;
-  // Posts the event so that every application receives it as if it came from the mouse.
-  virtual void post(const MouseEvent& event) = 0;
+  // Posts a whole click, `count` (1 or 2) presses of button with their releases, at a point
+  // (nothing: at the pointer), as postPresses() shapes it. False, with nothing posted, when the
+  // system cannot click there.
+  virtual bool click(MouseButton button, std::optional<ClickPoint> at, int count,
+                     ClickPacing& pacing) = 0;
 };
 
 }  // namespace vorrik

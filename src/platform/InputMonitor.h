@@ -10,16 +10,13 @@ namespace vorrik {
 // Keys the application reacts to; every other key is `other`.
 enum class Key { f6, other };
 
-// Observes input anywhere on the display without grabbing or consuming it.
+// Observes keys anywhere on the display without grabbing or consuming it.
 class InputMonitor {
  public:
   using Handle = std::uint64_t;
   virtual ~InputMonitor() = default;
   // Calls handler on the main thread for every key press on the display; a handle, or nothing.
   virtual std::optional<Handle> addKeyMonitor(std::function<void(Key)> handler) = 0;
-  // Calls handler on the main thread for every left-button press on the display, this
-  // application's own windows included; a handle, or nothing.
-  virtual std::optional<Handle> addLeftPressMonitor(std::function<void()> handler) = 0;
   // Uninstalls that monitor: its handler is never called again.
   virtual void remove(Handle handle) = 0;
   // Whether one of this process's windows has the keyboard now, as the display itself says (a

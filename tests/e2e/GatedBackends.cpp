@@ -20,14 +20,25 @@ class GatedInjector final : public EventInjector {
  public:
   GatedInjector(EventInjector& real, std::string gate) : real_(real), gate_(std::move(gate)) {}
 
-  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
-                                 std::optional<ClickPoint> at) override {
-    return real_.make(action, button, at);
+  bool click(MouseButton button, std::optional<ClickPoint> at, int count,
+             ClickPacing& pacing) override {
+    // The first press of the session waits, held, before its own hold begins.
+    struct Gated final : ClickPacing {
+      GatedInjector& owner;
+      ClickPacing& inner;
+      Gated(GatedInjector& o, ClickPacing& i) : owner(o), inner(i) {}
+      void hold() override {
+        owner.wait();
+        inner.hold();
+      }
+      void gap() override { inner.gap(); }
+    } gated(*this, pacing);
+    return real_.click(button, at, count, gated);
   }
 
-  void post(const MouseEvent& event) override {
-    real_.post(event);
-    if (event.action != MouseAction::down || held_) {
+ private:
+  void wait() {
+    if (held_) {
       return;
     }
     held_ = true;
@@ -39,7 +50,6 @@ class GatedInjector final : public EventInjector {
     close(go);
   }
 
- private:
   EventInjector& real_;
   std::string gate_;
   bool held_ = false;  // the worker's alone
@@ -53,7 +63,7 @@ class GatedDesktop final : public Desktop {
   MainQueue& mainQueue() override { return real_->mainQueue(); }
   AccessibilityTrust& trust() override { return real_->trust(); }
   EventInjector& injector() override { return injector_; }
-  Pointer& pickPointer() override { return real_->pickPointer(); }
+  PointPick& picker() override { return real_->picker(); }
   InputMonitor* input() override { return real_->input(); }
   WindowSystem* windows() override { return real_->windows(); }
   SettingsLink& settingsLink() override { return real_->settingsLink(); }

@@ -5,6 +5,7 @@
 // a picked point is where the next run clicks. Time bounds are generous; bench/ measures
 // precision.
 #include <QApplication>
+#include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -110,6 +111,20 @@ class PanelHotkeyTest : public QObject {
     QVERIFY(QTest::qWaitFor([this] { return engine().running(); }, kTimeoutMs));
     receiver_->tapKey(XK_F6);
     QVERIFY(QTest::qWaitFor([this] { return !engine().running(); }, kTimeoutMs));
+  }
+
+  void aPickOnThePanelTakesNoPointAndTheControlStillActs() {
+    clickOn(ui().addPointBtn);
+    QTRY_COMPARE_WITH_TIMEOUT(ui().status->text(), "Click anywhere to set point 1...", kTimeoutMs);
+    const bool jitter = ui().jitterCheck->isChecked();
+    clickOn(ui().jitterCheck);
+    QTRY_COMPARE_WITH_TIMEOUT(ui().jitterCheck->isChecked(), !jitter, kTimeoutMs);
+    QCOMPARE(ui().status->text(), "Ready");
+    QVERIFY(engine().points.empty());
+    // Back as it was, with no pick pending.
+    clickOn(ui().jitterCheck);
+    QTRY_COMPARE_WITH_TIMEOUT(ui().jitterCheck->isChecked(), jitter, kTimeoutMs);
+    QVERIFY(engine().points.empty());
   }
 
   void aPickedPointIsWhereTheNextRunClicks() {

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Picking click points, the global F6 key and relabelling, through the panel's controls on
-// fakes: the fake input monitor stands for presses anywhere on the display.
+// fakes: the fake pick stands for the desktop's, the fake input monitor for keys anywhere.
 #include <QCheckBox>
 #include <QLabel>
 
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,14 +21,12 @@ using test::type;
 
 namespace {
 
-// A point outside the panel, which the offscreen platform centres on its screen.
 constexpr ClickPoint kAway{3, 4};
 
-// Arms a pick with the button and ends it with a press anywhere, the pointer at `at`.
+// Starts a pick with the button and ends it at `at` (nothing: cancelled or refused).
 void pick(Rig& rig, std::optional<ClickPoint> at) {
-  rig.click(rig.ui().addPointBtn);
-  rig.pointer.moveTo(at);
-  rig.input.pressLeft();
+  Rig::click(rig.ui().addPointBtn);
+  QVERIFY(rig.pick.finish(at));
 }
 
 // Lets queued calls (the hotkey's toggle) run.
@@ -50,11 +50,11 @@ class PanelPointsTest : public QObject {
   void addPointAsksForTheNextOrSaysTheListIsFull_data() {
     QTest::addColumn<int>("held");
     QTest::addColumn<QString>("status");
-    QTest::addColumn<int>("monitors");
-    QTest::newRow("none") << 0 << "Click anywhere to set point 1..." << 1;
-    QTest::newRow("two") << 2 << "Click anywhere to set point 3..." << 1;
-    QTest::newRow("four") << 4 << "Click anywhere to set point 5..." << 1;
-    QTest::newRow("five") << 5 << "Max 5 points" << 0;
+    QTest::addColumn<bool>("pending");
+    QTest::newRow("none") << 0 << "Click anywhere to set point 1..." << true;
+    QTest::newRow("two") << 2 << "Click anywhere to set point 3..." << true;
+    QTest::newRow("four") << 4 << "Click anywhere to set point 5..." << true;
+    QTest::newRow("five") << 5 << "Max 5 points" << false;
   }
   void addPointAsksForTheNextOrSaysTheListIsFull() {
     QFETCH(int, held);
@@ -63,102 +63,61 @@ class PanelPointsTest : public QObject {
       pick(rig, ClickPoint{double(i), 0});
     }
     const QString line = rig.ui().pointsLabel->text();
-    rig.click(rig.ui().addPointBtn);
+    Rig::click(rig.ui().addPointBtn);
     QTEST(rig.ui().status->text(), "status");
-    QTEST(int(rig.input.leftPressMonitors().size()), "monitors");
+    QTEST(rig.pick.pending(), "pending");
     QCOMPARE(rig.ui().pointsLabel->text(), line);
-    // The press after a refusal adds nothing.
-    rig.pointer.moveTo(kAway);
-    rig.input.pressLeft();
+    rig.pick.finish(kAway);
     QCOMPARE(rig.engine().points.size(), std::size_t(std::min(held + 1, 5)));
   }
 
-  void aPressStoresThePointerUnlessItIsOnThePanel_data() {
-    QTest::addColumn<bool>("onPanel");
-    // On the panel: a fraction of the frame's size from its top-left corner; else absolute.
-    QTest::addColumn<QPointF>("where");
-    QTest::addColumn<bool>("stored");
-    QTest::newRow("elsewhere") << false << QPointF(300, 200) << true;
-    QTest::newRow("frame's top-left corner") << true << QPointF(0, 0) << false;
-    QTest::newRow("inside the frame") << true << QPointF(0.2, 0.7) << false;
-    QTest::newRow("on the right edge") << true << QPointF(1, 0.1) << true;
-    QTest::newRow("on the bottom edge") << true << QPointF(0.1, 1) << true;
-    QTest::newRow("just above the frame") << true << QPointF(0.1, -0.001) << true;
+  void aPickStoresItsPointAndEndsInEveryWay_data() {
+    QTest::addColumn<bool>("escape");
+    QTest::addColumn<std::optional<ClickPoint>>("at");
+    QTest::newRow("a point") << false << std::optional(ClickPoint{300, 200});
+    QTest::newRow("refused or cancelled by the desktop") << false << std::optional<ClickPoint>();
+    QTest::newRow("Escape") << true << std::optional<ClickPoint>();
   }
-  void aPressStoresThePointerUnlessItIsOnThePanel() {
-    QFETCH(bool, onPanel);
-    QFETCH(QPointF, where);
-    QFETCH(bool, stored);
+  void aPickStoresItsPointAndEndsInEveryWay() {
+    QFETCH(bool, escape);
+    QFETCH(std::optional<ClickPoint>, at);
     Rig rig;
-    // The frame as it stands, decorations included.
-    const QRectF frame = rig.panel->frameGeometry();
-    QVERIFY(frame.contains(QRectF(Rig::kPanelAt, QSizeF(rig.panel->size()))));
-    const QPointF at =
-        onPanel ? frame.topLeft() + QPointF(where.x() * frame.width(), where.y() * frame.height())
-                : where;
-    pick(rig, ClickPoint{at.x(), at.y()});
-    QCOMPARE(rig.ui().status->text(), "Ready");
-    QVERIFY(rig.input.leftPressMonitors().empty());
-    const auto points = rig.engine().points.snapshot();
-    QCOMPARE(points->size(), stored ? 1U : 0U);
-    if (stored) {
-      QCOMPARE(points->front(), (ClickPoint{at.x(), at.y()}));
+    if (escape) {
+      Rig::click(rig.ui().addPointBtn);
+      QTest::keyClick(rig.panel.get(), Qt::Key_Escape);
+      QVERIFY(!rig.pick.pending());
     } else {
-      QCOMPARE(rig.ui().pointsLabel->text(), "Target: cursor");
+      pick(rig, at);
     }
-  }
-
-  void withoutAScreenOrWithEscapeThePickEndsEmptyHanded() {
-    Rig rig;
-    rig.click(rig.ui().addPointBtn);
+    QCOMPARE(rig.ui().status->text(), "Ready");
+    const auto points = rig.engine().points.snapshot();
+    QCOMPARE(points->size(), at ? 1U : 0U);
+    QCOMPARE(rig.ui().pointsLabel->text(), at ? "Target: 1 point(s) (300,200)" : "Target: cursor");
+    // Escape belongs to a pending pick only.
+    Rig::click(rig.ui().jitterCheck);
     QTest::keyClick(rig.panel.get(), Qt::Key_Escape);
     QCOMPARE(rig.ui().status->text(), "Ready");
-    QVERIFY(rig.input.leftPressMonitors().empty());
-    pick(rig, std::nullopt);
-    QCOMPARE(rig.ui().status->text(), "Ready");
-    QVERIFY(rig.engine().points.empty());
-    QVERIFY(rig.input.leftPressMonitors().empty());
   }
 
-  void aPressOnThePanelEndsThePickAndStillActs() {
+  void pressingAddPointAgainStartsAFreshPick() {
     Rig rig;
-    rig.click(rig.ui().addPointBtn);
-    rig.click(rig.ui().jitterCheck);
-    QVERIFY(rig.ui().jitterCheck->isChecked());
-    QCOMPARE(rig.ui().status->text(), "Ready");
-    QVERIFY(rig.input.leftPressMonitors().empty());
-    // The display-wide report of that same press finds no pick left to end.
-    rig.input.pressLeft();
-    QVERIFY(rig.engine().points.empty());
-  }
-
-  void pressingAddPointAgainStartsAFreshPickWithOneMonitor() {
-    Rig rig;
-    rig.click(rig.ui().addPointBtn);
-    const auto first = rig.input.leftPressMonitors();
-    // By mouse: the press ends the pick, the click arms the next.
-    rig.click(rig.ui().addPointBtn);
-    QCOMPARE(rig.input.removed(), first);
-    // By keyboard or code, no press comes first: the pending pair is replaced.
+    Rig::click(rig.ui().addPointBtn);
     rig.ui().addPointBtn->click();
-    QCOMPARE(rig.input.leftPressMonitors().size(), 1U);
-    QCOMPARE(rig.input.removed().size(), 2U);
+    QCOMPARE(rig.pick.starts(), 2);
     QCOMPARE(rig.ui().status->text(), "Click anywhere to set point 1...");
-    rig.pointer.moveTo(kAway);
-    rig.input.pressLeft();
+    QVERIFY(rig.pick.finish(kAway));
     QCOMPARE(rig.engine().points.size(), 1U);
   }
 
   void clearForgetsThePointsButNotThePendingPick() {
     Rig rig;
     pick(rig, kAway);
-    rig.click(rig.ui().addPointBtn);
+    Rig::click(rig.ui().addPointBtn);
     rig.ui().clearPointsBtn->click();
     QVERIFY(rig.engine().points.empty());
     QCOMPARE(rig.ui().pointsLabel->text(), "Target: cursor");
     QCOMPARE(rig.ui().status->text(), "Click anywhere to set point 2...");
-    rig.pointer.moveTo(kAway);
-    rig.input.pressLeft();
+    QVERIFY(rig.pick.finish(kAway));
     QCOMPARE(rig.ui().pointsLabel->text(), "Target: 1 point(s) (3,4)");
   }
 
@@ -168,9 +127,15 @@ class PanelPointsTest : public QObject {
     pick(rig, ClickPoint{300, 200});
     QVERIFY(rig.engine().running());
     QCOMPARE(rig.ui().status->text(), "Ready");
-    rig.pointer.moveTo(kAway);
     rig.timer->fire();
     QCOMPARE(rig.injector.events().front().at, (ClickPoint{300, 200}));
+  }
+
+  void thePanelGoneEndsItsPick() {
+    auto rig = std::make_unique<Rig>();
+    Rig::click(rig->ui().addPointBtn);
+    rig->panel.reset();
+    QVERIFY(!rig->pick.pending());
   }
 
   void f6FromAnotherApplicationToggles_data() {
@@ -197,13 +162,13 @@ class PanelPointsTest : public QObject {
 
   void f6LeavesAPendingPickPending() {
     Rig rig;
-    rig.click(rig.ui().addPointBtn);
+    Rig::click(rig.ui().addPointBtn);
     QVERIFY(workElsewhere(rig));
     rig.input.pressKey(Key::f6);
     settle();
     QVERIFY(rig.engine().running());
     QVERIFY(!rig.panel->isVisible());
-    QCOMPARE(rig.input.leftPressMonitors().size(), 1U);
+    QVERIFY(rig.pick.pending());
   }
 
   // One language change with every setting made: each text turns, each setting stays.
@@ -216,7 +181,7 @@ class PanelPointsTest : public QObject {
     for (int i = 0; i < 3; ++i) {
       ui.burstStep->stepUp();
     }
-    rig.click(ui.jitterCheck);
+    Rig::click(ui.jitterCheck);
     type(ui.maxClicks, "7");
     pick(rig, ClickPoint{412.6, 230.2});
     pick(rig, ClickPoint{-250.5, 40.0});

@@ -45,12 +45,8 @@ struct Rig {
   const ui::PanelWidgets& ui() const { return PanelProbe::widgets(*panel); }
 
   void press() { click(ui().startBtn); }
-  // A left click on one of the panel's controls, the pointer over it as a hand would put it.
-  void click(QWidget* control) {
-    const QPoint centre = control->mapToGlobal(control->rect().center());
-    pointer.moveTo(ClickPoint{double(centre.x()), double(centre.y())});
-    QTest::mouseClick(control, Qt::LeftButton);
-  }
+  // A left click on one of the panel's controls.
+  static void click(QWidget* control) { QTest::mouseClick(control, Qt::LeftButton); }
 
   static constexpr QPoint kPanelAt{480, 60};
   // Ticks the engine and delivers its reports until the run ends (a bounded number of ticks).
@@ -65,7 +61,7 @@ struct Rig {
   fake::FakeMainQueue& queue = world.fakeQueue;
   fake::FakeTrust& trust = world.fakeTrust;
   fake::FakeInjector& injector = world.fakeInjector;
-  fake::FakePointer& pointer = world.fakePointer;
+  fake::FakePointPick& pick = world.fakePick;
   fake::FakeNotificationCenter& center = world.fakeCenter;
   fake::FakeDefaultsStore& defaults = world.fakeDefaults;
   fake::FakePreferredLanguages& preferred = world.fakeLanguages;

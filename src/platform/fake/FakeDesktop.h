@@ -13,7 +13,7 @@
 #include "platform/fake/FakeInputMonitor.h"
 #include "platform/fake/FakeMainQueue.h"
 #include "platform/fake/FakeNotificationCenter.h"
-#include "platform/fake/FakePointer.h"
+#include "platform/fake/FakePointPick.h"
 #include "platform/fake/FakePreferredLanguages.h"
 #include "platform/fake/FakeRandom.h"
 #include "platform/fake/FakeSettingsLink.h"
@@ -29,7 +29,7 @@ class FakeDesktop final : public Desktop {
   MainQueue& mainQueue() override { return fakeQueue; }
   AccessibilityTrust& trust() override { return fakeTrust; }
   EventInjector& injector() override { return fakeInjector; }
-  Pointer& pickPointer() override { return fakePointer; }
+  PointPick& picker() override { return fakePick; }
   InputMonitor* input() override { return &fakeInput; }
   WindowSystem* windows() override { return &fakeWindows; }
   SettingsLink& settingsLink() override { return fakeLink; }
@@ -48,7 +48,7 @@ class FakeDesktop final : public Desktop {
   FakeMainQueue fakeQueue;
   FakeTrust fakeTrust;
   FakeInjector fakeInjector{clock};
-  FakePointer fakePointer;
+  FakePointPick fakePick;
   FakeInputMonitor fakeInput;
   FakeWindowSystem fakeWindows;
   FakeSettingsLink fakeLink;

@@ -25,23 +25,16 @@ class FakeInjector final : public EventInjector {
   };
   explicit FakeInjector(FakeClock& clock) : clock_(clock) {}
 
-  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
-                                 std::optional<ClickPoint> at) override {
-    std::lock_guard lock(mutex_);
-    if (failing_.contains(makeCalls_++)) {
-      return std::nullopt;
+  bool click(MouseButton button, std::optional<ClickPoint> at, int count,
+             ClickPacing& pacing) override {
+    {
+      std::lock_guard lock(mutex_);
+      if (failing_.contains(clickCalls_++)) {
+        return false;
+      }
     }
-    return MouseEvent{action, button, at, 1};
-  }
-  void post(const MouseEvent& event) override {
-    std::unique_lock lock(mutex_);
-    const auto hook = hook_;
-    lock.unlock();
-    if (hook) {
-      hook(event);
-    }
-    lock.lock();
-    posted_.push_back({event, clock_.now()});
+    postPresses(button, at, count, pacing, [this](const MouseEvent& event) { post(event); });
+    return true;
   }
 
   std::vector<Posted> posted() const {
@@ -61,27 +54,38 @@ class FakeInjector final : public EventInjector {
     return std::count_if(all.begin(), all.end(),
                          [](const MouseEvent& e) { return e.action == MouseAction::down; });
   }
-  int makeCalls() const {
+  int clickCalls() const {
     std::lock_guard lock(mutex_);
-    return makeCalls_;
+    return clickCalls_;
   }
-  // Makes the make() calls with these 0-based indices fail.
-  void failMakeCalls(std::set<int> indices) {
+  // Makes the click() calls with these 0-based indices fail.
+  void failClickCalls(std::set<int> indices) {
     std::lock_guard lock(mutex_);
     failing_ = std::move(indices);
   }
-  // Called inside every post(), before it is recorded (a test can stop a run mid-burst).
+  // Called for every event, before it is recorded (a test can stop a run mid-burst).
   void onPost(std::function<void(const MouseEvent&)> hook) {
     std::lock_guard lock(mutex_);
     hook_ = std::move(hook);
   }
 
  private:
+  void post(const MouseEvent& event) {
+    std::unique_lock lock(mutex_);
+    const auto hook = hook_;
+    lock.unlock();
+    if (hook) {
+      hook(event);
+    }
+    lock.lock();
+    posted_.push_back({event, clock_.now()});
+  }
+
   FakeClock& clock_;
   mutable std::mutex mutex_;
   std::vector<Posted> posted_;
   std::set<int> failing_;
-  int makeCalls_ = 0;
+  int clickCalls_ = 0;
   std::function<void(const MouseEvent&)> hook_;
 };
 

@@ -13,14 +13,12 @@
 #include <algorithm>
 #include <vector>
 
-#include "platform/portal/CombinedInput.h"
 #include "platform/portal/GnomeShortcut.h"
 #include "platform/portal/PortalInput.h"
 #include "platform/portal/PortalSession.h"
 #include "platform/portal/PortalShortcuts.h"
 #include "platform/qt/QtDesktop.h"
 #include "platform/wayland/PickOverlay.h"
-#include "platform/x11/X11PickCover.h"
 
 namespace vorrik::portal {
 namespace {
@@ -131,20 +129,19 @@ class AboveYield final : public QObject {
 // session that keeps its restore token there, then what uses the session.
 class PortalDesktop final : public qt::QtDesktop {
  public:
-  explicit PortalDesktop(unsigned version)
+  PortalDesktop(unsigned version, const XwaylandPick& xwaylandPick)
       : session_(defaults(), version),
         trust_(session_, &parentWindow, qEnvironmentVariable("XDG_CURRENT_DESKTOP")),
-        injector_(session_) {
+        injector_(session_),
+        // Through EIS the injector finds the monitor of any point itself.
+        cover_(xwaylandPick ? xwaylandPick([this] { return session_.eis() != nullptr; })
+                            : nullptr) {
     session_.onDialog = [this](bool open) { yield_.dialog(open); };
     // Xwayland's cover shows the desktop under its tint and knows exact root coordinates; the
     // Wayland overlay, which GNOME draws over black, is for sessions without Xwayland.
-    if (cover_) {
-      // Through EIS the injector finds the monitor of any point itself.
-      cover_->reachesEveryMonitor = [this] { return session_.eis() != nullptr; };
-      input_.setLeftPressSource(cover_.get());
-    } else {
-      overlay_.emplace(std::string{}, wayland::PickOverlay::Reach::primaryScreen);
-      input_.setLeftPressSource(&*overlay_);
+    if (!cover_) {
+      cover_ = std::make_unique<wayland::PickOverlay>(std::string{},
+                                                      wayland::PickOverlay::Reach::primaryScreen);
     }
     // F6: the desktop's global-shortcuts portal where it has one (KDE Plasma, newer GNOME);
     // else, or once the desktop refuses it there, GNOME's own custom shortcut, offered to the
@@ -154,7 +151,6 @@ class PortalDesktop final : public qt::QtDesktop {
                                                 : PortalShortcuts::Listed::rebind);
       keys_->onUnavailable = [this] { fallBack(); };
       keys_->onDialog = [this](bool open) { yield_.dialog(open); };
-      input_.setKeySource(&*keys_);
     } else {
       fallBack();
     }
@@ -165,13 +161,10 @@ class PortalDesktop final : public qt::QtDesktop {
 
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
-  // Picks through a cover: a point there is in the layout pixels the injector moves in, and a
-  // pick off the primary screen, which the injector cannot reach, takes no point.
-  Pointer& pickPointer() override {
-    return cover_ ? static_cast<Pointer&>(*cover_) : static_cast<Pointer&>(*overlay_);
-  }
-  // Left presses from the cover, keys from the global-shortcuts portal where there is one.
-  InputMonitor* input() override { return &input_; }
+  // A pick off the primary screen, which the injector cannot reach, takes no point.
+  PointPick& picker() override { return *cover_; }
+  // Keys from the global-shortcuts portal where there is one.
+  InputMonitor* input() override { return keys_ ? &*keys_ : nullptr; }
   WindowSystem* windows() override { return nullptr; }
   // GNOME 43 has no global-shortcuts portal, and GNOME 48's may refuse.
   ToggleShortcut* toggleShortcut() override { return shortcut_ ? &*shortcut_ : nullptr; }
@@ -223,12 +216,10 @@ class PortalDesktop final : public qt::QtDesktop {
   PortalSession session_;
   PortalTrust trust_;
   PortalInjector injector_;
-  std::unique_ptr<x11::X11PickCover> cover_ = x11::X11PickCover::open();
-  std::optional<wayland::PickOverlay> overlay_;
+  std::unique_ptr<PointPick> cover_;
   std::optional<GnomeShortcut> shortcut_;
   std::optional<PortalShortcuts> keys_;
   bool missing_ = false;
-  CombinedInput input_;
   QObject context_;
   QMetaObject::Connection screenWatch_;
 };
@@ -252,8 +243,8 @@ std::string_view qtPlatform(const Session& session) {
   return xServerExists(session.display) ? "xcb" : "wayland";
 }
 
-std::unique_ptr<Desktop> openDesktop(const Session& /*session*/) {
-  return std::make_unique<PortalDesktop>(remoteDesktopVersion().value_or(1));
+std::unique_ptr<Desktop> openDesktop(const Session& /*session*/, const XwaylandPick& xwaylandPick) {
+  return std::make_unique<PortalDesktop>(remoteDesktopVersion().value_or(1), xwaylandPick);
 }
 
 }  // namespace vorrik::portal

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "platform/Backend.h"
+#include "platform/PointPick.h"
 
 namespace vorrik::portal {
 
@@ -19,8 +21,14 @@ std::optional<std::string> unfit(const Session& session);
 // way; the portal's dialog can then also name the panel as its parent. Else Wayland's.
 std::string_view qtPlatform(const Session& session);
 
+// Makes a pick cover on Xwayland whose points are the root pixels the injector maps, told at
+// each pick whether the clicks reach every monitor; null where there is no Xwayland.
+using XwaylandPick =
+    std::function<std::unique_ptr<PointPick>(std::function<bool()> reachesEveryMonitor)>;
+
 // Clicks through the portal's remote-desktop session, with the Qt main queue, settings,
-// languages and notifications; after the QApplication exists.
-std::unique_ptr<Desktop> openDesktop(const Session& session);
+// languages and notifications; after the QApplication exists. Picks through the cover
+// xwaylandPick makes, or where there is none through a Wayland overlay.
+std::unique_ptr<Desktop> openDesktop(const Session& session, const XwaylandPick& xwaylandPick);
 
 }  // namespace vorrik::portal

@@ -28,15 +28,15 @@ void PortalInjector::setRoot(QSize root) {
   root_ = root;
 }
 
-std::optional<MouseEvent> PortalInjector::make(MouseAction action, MouseButton button,
-                                               std::optional<ClickPoint> at) {
+bool PortalInjector::click(MouseButton button, std::optional<ClickPoint> at, int count,
+                           ClickPacing& pacing) {
   if (session_.state() != PortalSession::State::started) {
-    return std::nullopt;
+    return false;
   }
-  // Through EIS a point is checked once, here, and the event carries its layout point.
+  // Through EIS a point is checked once, here, and the presses carry its layout point.
   if (const auto eis = session_.eis()) {
     if (!eis->ready()) {
-      return std::nullopt;
+      return false;
     }
     QSize root;
     {
@@ -46,18 +46,20 @@ std::optional<MouseEvent> PortalInjector::make(MouseAction action, MouseButton b
     const std::optional<ClickPoint> layout =
         at ? eis->reach(*at, root.width(), root.height()) : std::nullopt;
     if (at && !layout) {
-      return std::nullopt;
+      return false;
     }
-    return MouseEvent{action, button, layout, 1};
+    postPresses(button, layout, count, pacing, [this](const MouseEvent& event) { post(event); });
+    return true;
   }
   if (at) {
     std::lock_guard lock(mutex_);
     if (!std::isfinite(at->x) || !std::isfinite(at->y) ||
         !QRectF(screen_).contains(std::round(at->x), std::round(at->y))) {
-      return std::nullopt;
+      return false;
     }
   }
-  return MouseEvent{action, button, at, 1};
+  postPresses(button, at, count, pacing, [this](const MouseEvent& event) { post(event); });
+  return true;
 }
 
 void PortalInjector::post(const MouseEvent& event) {

@@ -16,7 +16,6 @@
 #include "platform/AccessibilityTrust.h"
 #include "platform/ClickPoint.h"
 #include "platform/EventInjector.h"
-#include "platform/Pointer.h"
 #include "platform/portal/PortalSession.h"
 
 namespace vorrik::portal {
@@ -43,14 +42,15 @@ class PortalInjector final : public EventInjector {
   // thread, read by the worker.
   void setRoot(QSize root);
 
-  // Nothing while the session is not started, or for a point off the screen.
-  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
-                                 std::optional<ClickPoint> at) override;
-  // Presses or releases the left or right button, after moving to the event's point for the
-  // first press of a click at a picked point.
-  void post(const MouseEvent& event) override;
+  // False while the session is not started, or for a point off the screen.
+  bool click(MouseButton button, std::optional<ClickPoint> at, int count,
+             ClickPacing& pacing) override;
 
  private:
+  // Presses or releases the left or right button, after moving to the event's point for the
+  // first press of a click at a picked point.
+  void post(const MouseEvent& event);
+
   PortalSession& session_;
   mutable std::mutex mutex_;
   QRect screen_;  // guarded by mutex_

@@ -54,10 +54,6 @@ class PortalShortcuts final : public QObject, public InputMonitor {
   // Calls handler with Key::f6 for every activation of the shortcut; the first one asks the
   // desktop for it.
   std::optional<Handle> addKeyMonitor(std::function<void(Key)> handler) override;
-  // Nothing: the portal reports keys only.
-  std::optional<Handle> addLeftPressMonitor(std::function<void()> /*handler*/) override {
-    return std::nullopt;
-  }
   void remove(Handle handle) override;
 
   // Called once, on the main thread, when F6 will not come this way: the desktop refused the

@@ -51,8 +51,7 @@ class Cover final : public QWidget {
     // Nearly clear until a click is recorded where it lands: the tint says "pick now".
     QPainter(this).fillRect(rect(), QColor(40, 110, 220, owner_.placed() ? kTintAlpha : 1));
   }
-  // Qt reports a press where the last motion was, and an application-wide event filter may
-  // ask before this window sees the press: follow every motion.
+  // Qt reports a press where the last motion was: follow every motion.
   void enterEvent(QEnterEvent* event) override { owner_.seen(global(event->position())); }
   void mouseMoveEvent(QMouseEvent* event) override { owner_.seen(global(event->position())); }
   void mousePressEvent(QMouseEvent* event) override {
@@ -109,16 +108,9 @@ PickOverlay::~PickOverlay() {
   hide();
 }
 
-std::optional<InputMonitor::Handle> PickOverlay::addKeyMonitor(
-    std::function<void(Key)> /*handler*/) {
-  return std::nullopt;
-}
-
-std::optional<InputMonitor::Handle> PickOverlay::addLeftPressMonitor(
-    std::function<void()> handler) {
+void PickOverlay::start(Done done) {
   hide();
-  handler_ = std::move(handler);
-  active_ = next_++;
+  done_ = std::move(done);
   last_.reset();
   placed_ = false;
   if (QScreen* primary = QGuiApplication::primaryScreen();
@@ -146,7 +138,6 @@ std::optional<InputMonitor::Handle> PickOverlay::addLeftPressMonitor(
     tries_ = 0;
     retry_.start();
   }
-  return active_;
 }
 
 void PickOverlay::place() {
@@ -223,27 +214,19 @@ void PickOverlay::seen(std::optional<ClickPoint> at) {
   last_ = placed_ && at && !excluded(*at) ? at : std::nullopt;
 }
 
-void PickOverlay::remove(Handle handle) {
-  if (active_ == handle) {
-    active_.reset();
-    handler_ = nullptr;
-    hide();
-  }
+void PickOverlay::cancel() {
+  done_ = nullptr;
+  hide();
 }
 
 void PickOverlay::clicked(std::optional<ClickPoint> at) {
-  if (!active_) {
-    return;  // the pick already ended, through an application-wide filter for this press
+  if (!done_) {
+    return;  // the pick already ended
   }
   seen(at);
-  // The handler usually removes this monitor; keep it callable until it returns.
-  const std::function<void()> handler = handler_;
-  active_.reset();
-  handler_ = nullptr;
+  const Done done = std::exchange(done_, nullptr);
   hide();
-  if (handler) {
-    handler();
-  }
+  done(last_);
 }
 
 void PickOverlay::hide() {

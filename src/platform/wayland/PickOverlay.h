@@ -12,19 +12,17 @@
 #include <vector>
 
 #include "platform/ClickPoint.h"
-#include "platform/InputMonitor.h"
-#include "platform/Pointer.h"
+#include "platform/PointPick.h"
 
 namespace vorrik::wayland {
 
-// Point picking where clients cannot see the global pointer: while a left-press monitor is
-// installed, a translucent window covers every output and takes the next click itself. The
-// pointer half answers where that click landed, in output-layout pixels (the space the
-// injector moves the pointer in). Escape, a right click, a click where one of this process's
-// other windows lies (the panel, under the cover) or one the injector cannot reach cancels: the
-// handler runs and the pointer answers nothing. Keys cannot be observed here, so addKeyMonitor
-// gives nothing. Main thread only, once the QApplication exists.
-class PickOverlay final : public InputMonitor, public Pointer {
+// Point picking where clients cannot see the global pointer: while a pick is pending, a
+// translucent window covers every output and takes the next click itself, which lands in
+// output-layout pixels (the space the injector moves the pointer in). Escape, a right click, a
+// click where one of this process's other windows lies (the panel, under the cover) or one the
+// injector cannot reach ends the pick with nothing. Main thread only, once the QApplication
+// exists.
+class PickOverlay final : public PointPick {
  public:
   // Where the injector can click: on every output, or on the primary one alone.
   enum class Reach { everyScreen, primaryScreen };
@@ -37,19 +35,13 @@ class PickOverlay final : public InputMonitor, public Pointer {
   PickOverlay(const PickOverlay&) = delete;
   PickOverlay& operator=(const PickOverlay&) = delete;
 
-  // Nothing: no global key is observable on Wayland.
-  std::optional<Handle> addKeyMonitor(std::function<void(Key)> handler) override;
-  // Covers every output until the next click, Escape or right click, then calls handler.
-  std::optional<Handle> addLeftPressMonitor(std::function<void()> handler) override;
-  void remove(Handle handle) override;
-
-  // Where the last pick landed (or the pointer last was over the overlay); nothing after a
-  // cancel or before any pick.
-  std::optional<ClickPoint> position() override { return last_; }
+  // Covers every output until the next click, Escape or right click.
+  void start(Done done) override;
+  void cancel() override;
 
   // True while a pick is pending and every cover is where the compositor takes input for it:
   // from then on a click is recorded where it lands (before, a click on a cover cancels).
-  [[nodiscard]] bool placed() const { return active_ && placed_; }
+  [[nodiscard]] bool placed() const { return done_ && placed_; }
 
   // Called by the covers with a point in layout pixels, or nothing for a cancel.
   void seen(std::optional<ClickPoint> at);
@@ -79,9 +71,8 @@ class PickOverlay final : public InputMonitor, public Pointer {
   bool settling_ = false;
   int tries_ = 0;
   bool placed_ = false;
-  std::function<void()> handler_;
-  std::optional<Handle> active_;
-  Handle next_ = 1;
+  Done done_;
+  // Where the pointer last was over a cover, while a pick is pending.
   std::optional<ClickPoint> last_;
 };
 

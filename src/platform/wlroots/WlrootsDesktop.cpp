@@ -45,8 +45,9 @@ class WlrootsDesktop final : public qt::QtDesktop {
 
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
-  Pointer& pickPointer() override { return picker_; }
-  InputMonitor* input() override { return &picker_; }
+  PointPick& picker() override { return picker_; }
+  // No client observes keys here; F6 comes through sway's binding.
+  InputMonitor* input() override { return nullptr; }
   WindowSystem* windows() override { return nullptr; }
 
  private:

@@ -269,7 +269,8 @@ class VirtualPointer {
     return layoutBox();
   }
 
-  void post(const MouseEvent& event) {
+  // layout: the box a click checked its point against, or nothing to read it now.
+  void post(const MouseEvent& event, std::optional<Box> layout) {
     std::lock_guard lock(mutex_);
     if (!usable()) {
       return;
@@ -278,8 +279,10 @@ class VirtualPointer {
     const bool press = event.action == MouseAction::down;
     const std::uint32_t time = nowMs();
     if (event.at) {
-      readPending();
-      const std::optional<Box> box = layoutBox();
+      if (!layout) {
+        readPending();
+      }
+      const std::optional<Box> box = layout ? layout : layoutBox();
       if (!box) {
         return;
       }
@@ -390,28 +393,32 @@ void WlrootsInjector::releaseAll() {
   pointer_->releaseAll();
 }
 
-std::optional<MouseEvent> WlrootsInjector::make(MouseAction action, MouseButton button,
-                                                std::optional<ClickPoint> at) {
+bool WlrootsInjector::click(MouseButton button, std::optional<ClickPoint> at, int count,
+                            ClickPacing& pacing) {
+  // Checked once: every event of the click moves within the same layout.
+  std::optional<Box> box;
   if (!at) {
     if (!connected()) {
-      return std::nullopt;
+      return false;
     }
-    return MouseEvent{action, button, at, 1};
+  } else {
+    if (!std::isfinite(at->x) || !std::isfinite(at->y)) {
+      return false;
+    }
+    box = pointer_->layout();
+    const double x = std::round(at->x);
+    const double y = std::round(at->y);
+    if (!box || x < box->x || y < box->y || x >= box->x + box->width || y >= box->y + box->height) {
+      return false;
+    }
   }
-  if (!std::isfinite(at->x) || !std::isfinite(at->y)) {
-    return std::nullopt;
-  }
-  const std::optional<Box> box = pointer_->layout();
-  const double x = std::round(at->x);
-  const double y = std::round(at->y);
-  if (!box || x < box->x || y < box->y || x >= box->x + box->width || y >= box->y + box->height) {
-    return std::nullopt;
-  }
-  return MouseEvent{action, button, at, 1};
+  postPresses(button, at, count, pacing,
+              [&](const MouseEvent& event) { pointer_->post(event, box); });
+  return true;
 }
 
 void WlrootsInjector::post(const MouseEvent& event) {
-  pointer_->post(event);
+  pointer_->post(event, std::nullopt);
 }
 
 bool WlrootsTrust::isTrusted(bool /*prompt*/) {

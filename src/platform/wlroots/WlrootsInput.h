@@ -12,7 +12,6 @@
 #include "platform/AccessibilityTrust.h"
 #include "platform/ClickPoint.h"
 #include "platform/EventInjector.h"
-#include "platform/Pointer.h"
 
 namespace vorrik::wlroots {
 
@@ -36,12 +35,13 @@ class WlrootsInjector final : public EventInjector {
   WlrootsInjector(const WlrootsInjector&) = delete;
   WlrootsInjector& operator=(const WlrootsInjector&) = delete;
 
-  // Nothing when the compositor is gone or the point lies outside every output.
-  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
-                                 std::optional<ClickPoint> at) override;
-  // Moves the pointer to the event's point (if it has one), presses or releases the
-  // left or right button and flushes; does nothing when the compositor is gone.
-  void post(const MouseEvent& event) override;
+  // False when the compositor is gone or the point lies outside every output.
+  bool click(MouseButton button, std::optional<ClickPoint> at, int count,
+             ClickPacing& pacing) override;
+  // One event of a click, unchecked: moves the pointer to the event's point (if it has one),
+  // presses or releases the left or right button and flushes; does nothing when the
+  // compositor is gone.
+  void post(const MouseEvent& event);
 
   // True while the connection is open and the virtual pointer exists.
   [[nodiscard]] bool connected() const;

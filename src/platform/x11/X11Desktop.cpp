@@ -6,6 +6,7 @@
 #include "platform/qt/QtDesktop.h"
 #include "platform/x11/X11Input.h"
 #include "platform/x11/X11InputMonitor.h"
+#include "platform/x11/X11PointPick.h"
 #include "platform/x11/X11Window.h"
 
 namespace vorrik::x11 {
@@ -18,15 +19,15 @@ class X11Desktop final : public qt::QtDesktop {
 
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
-  Pointer& pickPointer() override { return pickPointer_; }
+  PointPick& picker() override { return picker_; }
   InputMonitor* input() override { return &input_; }
   WindowSystem* windows() override { return &windows_; }
 
  private:
   X11Trust trust_;
   X11Injector injector_;
-  X11Pointer pickPointer_;
   X11InputMonitor input_;
+  X11PointPick picker_{input_};
   X11WindowSystem windows_;
 };
 

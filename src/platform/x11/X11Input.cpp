@@ -48,23 +48,6 @@ std::optional<RootPosition> rootPosition(ClickPoint at) {
   return RootPosition{static_cast<int>(x), static_cast<int>(y)};
 }
 
-// Where the pointer is on display's default screen (nothing while it is on another): one round
-// trip.
-std::optional<ClickPoint> queryPointer(Display* display) {
-  Window root = 0;
-  Window child = 0;
-  int rootX = 0;
-  int rootY = 0;
-  int windowX = 0;
-  int windowY = 0;
-  unsigned mask = 0;
-  if (XQueryPointer(display, DefaultRootWindow(display), &root, &child, &rootX, &rootY, &windowX,
-                    &windowY, &mask) != True) {
-    return std::nullopt;
-  }
-  return ClickPoint{static_cast<double>(rootX), static_cast<double>(rootY)};
-}
-
 // True when fd has something to read, without waiting.
 bool readable(int fd) {
   pollfd watch{fd, POLLIN, 0};
@@ -114,34 +97,31 @@ bool X11Injector::connected() const {
   return connection_->healthy() && connection_->xtest();
 }
 
-std::optional<MouseEvent> X11Injector::make(MouseAction action, MouseButton button,
-                                            std::optional<ClickPoint> at) {
-  if (!connected() || (at && !rootPosition(*at))) {
-    return std::nullopt;
+bool X11Injector::click(MouseButton button, std::optional<ClickPoint> at, int count,
+                        ClickPacing& pacing) {
+  // Checked once: every event of the click goes to the same root position.
+  const std::optional<RootPosition> to = at ? rootPosition(*at) : std::nullopt;
+  if (!connected() || (at && !to)) {
+    return false;
   }
-  return MouseEvent{action, button, at, 1};
-}
-
-void X11Injector::post(const MouseEvent& event) {
-  const std::optional<RootPosition> to = event.at ? rootPosition(*event.at) : std::nullopt;
-  if ((event.at && !to) || !connection_->xtest()) {
-    return;
-  }
-  const unsigned char logical = event.button == MouseButton::right ? 3 : 1;
-  const Bool press = event.action == MouseAction::down ? True : False;
-  connection_->with([&](Display* display) {
-    // XTest has no click count: a second pair soon after the first, at the same spot, is what
-    // receivers count as a double click. Without a point no motion is sent: the button then
-    // lands wherever the pointer is, on any screen, and a pointer moved by someone else stays.
-    if (to) {
-      XTestFakeMotionEvent(display, DefaultScreen(display), to->x, to->y, CurrentTime);
-    }
-    XTestFakeButtonEvent(display, physicalButton(display, logical, press == True), press,
-                         CurrentTime);
-    // XFlush, not XSync: the event is on its way once written, and a round trip would only
-    // make the worker wait for the server.
-    XFlush(display);
+  const unsigned char logical = button == MouseButton::right ? 3 : 1;
+  postPresses(button, at, count, pacing, [&](const MouseEvent& event) {
+    const bool press = event.action == MouseAction::down;
+    connection_->with([&](Display* display) {
+      // XTest has no click count: a second pair soon after the first, at the same spot, is what
+      // receivers count as a double click. Without a point no motion is sent: the button then
+      // lands wherever the pointer is, on any screen, and a pointer moved by someone else stays.
+      if (to) {
+        XTestFakeMotionEvent(display, DefaultScreen(display), to->x, to->y, CurrentTime);
+      }
+      XTestFakeButtonEvent(display, physicalButton(display, logical, press), press ? True : False,
+                           CurrentTime);
+      // XFlush, not XSync: the event is on its way once written, and a round trip would only
+      // make the worker wait for the server.
+      XFlush(display);
+    });
   });
+  return true;
 }
 
 unsigned X11Injector::physicalButton(Display* display, unsigned char logical, bool press) {
@@ -169,17 +149,6 @@ unsigned X11Injector::physicalButton(Display* display, unsigned char logical, bo
   const auto found = std::find(buttonMap_.begin(), buttonMap_.end(), logical);
   return found != buttonMap_.end() ? static_cast<unsigned>(found - buttonMap_.begin()) + 1
                                    : logical;
-}
-
-X11Pointer::X11Pointer(const char* displayName)
-    : connection_(std::make_unique<Connection>(displayName)) {}
-
-X11Pointer::~X11Pointer() = default;
-
-std::optional<ClickPoint> X11Pointer::position() {
-  std::optional<ClickPoint> where;
-  connection_->with([&](Display* display) { where = queryPointer(display); });
-  return where;
 }
 
 X11Trust::X11Trust(const char* displayName, bool wholeSession) : wholeSession_(wholeSession) {

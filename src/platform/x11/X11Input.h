@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-// Clicks, the pointer and the injection check on an X11 display. Each object owns its own
+// Clicks and the injection check on an X11 display. Each object owns its own
 // display connection, so the click worker and the main thread never share one.
 
 #include <memory>
@@ -12,7 +12,6 @@
 #include "platform/AccessibilityTrust.h"
 #include "platform/ClickPoint.h"
 #include "platform/EventInjector.h"
-#include "platform/Pointer.h"
 
 // Xlib's Display, without pulling Xlib's macros into every includer.
 struct _XDisplay;  // NOLINT(bugprone-reserved-identifier): Xlib's own name
@@ -33,13 +32,11 @@ class X11Injector final : public EventInjector {
   X11Injector(const X11Injector&) = delete;
   X11Injector& operator=(const X11Injector&) = delete;
 
-  // Nothing when the display is gone or the point is not a finite X root position.
-  std::optional<MouseEvent> make(MouseAction action, MouseButton button,
-                                 std::optional<ClickPoint> at) override;
-  // Moves the pointer to the event's point (rounded) if it has one, presses or releases the
-  // physical button that the core pointer map makes logical 1 (left) or 3 (right) and flushes;
-  // does nothing when the display is gone.
-  void post(const MouseEvent& event) override;
+  // False when the display is gone or the point is not a finite X root position. Each event
+  // moves the pointer to the point (rounded) if there is one, then presses or releases the
+  // physical button that the core pointer map makes logical 1 (left) or 3 (right), and flushes.
+  bool click(MouseButton button, std::optional<ClickPoint> at, int count,
+             ClickPacing& pacing) override;
 
   // True while the display connection is open and healthy.
   [[nodiscard]] bool connected() const;
@@ -51,23 +48,6 @@ class X11Injector final : public EventInjector {
 
   std::unique_ptr<Connection> connection_;
   std::vector<unsigned char> buttonMap_;  // guarded by the connection's lock; empty: read it
-};
-
-// The pointer position in root-window pixels of the default screen: top-left origin, y down,
-// the same space the injector posts in. Each call asks the server. Thread-safe.
-class X11Pointer final : public Pointer {
- public:
-  // Connects to displayName, or to $DISPLAY when it is null.
-  explicit X11Pointer(const char* displayName = nullptr);
-  ~X11Pointer() override;
-  X11Pointer(const X11Pointer&) = delete;
-  X11Pointer& operator=(const X11Pointer&) = delete;
-
-  // Nothing when the display is gone or the pointer is on another X screen.
-  std::optional<ClickPoint> position() override;
-
- private:
-  std::unique_ptr<Connection> connection_;
 };
 
 // On X11 any client may inject input once the XTEST extension is there; no prompt exists. An

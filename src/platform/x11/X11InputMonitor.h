@@ -33,9 +33,11 @@ class X11InputMonitor final : public InputMonitor {
 
   // F6 is recognised by its keysym (level 1, group 1), so modifiers and key codes play no part.
   std::optional<Handle> addKeyMonitor(std::function<void(Key)> handler) override;
-  // A left press is a press of whichever physical button the core pointer mapping makes
-  // button 1, so a left-handed mapping is honoured.
-  std::optional<Handle> addLeftPressMonitor(std::function<void()> handler) override;
+  // Calls handler on the main thread for every left-button press on the display, this
+  // application's own windows included; a handle, or nothing. A left press is a press of
+  // whichever physical button the core pointer mapping makes button 1, so a left-handed mapping
+  // is honoured.
+  std::optional<Handle> addLeftPressMonitor(std::function<void()> handler);
   void remove(Handle handle) override;
   // Asks the server for the input focus and compares it with this Qt application's top-level
   // windows; nothing without a display or a QGuiApplication.

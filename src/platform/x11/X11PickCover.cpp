@@ -35,8 +35,9 @@ unsigned long tintPixel(const XVisualInfo& visual) {
 
 }  // namespace
 
-std::unique_ptr<X11PickCover> X11PickCover::open() {
+std::unique_ptr<X11PickCover> X11PickCover::open(std::function<bool()> reachesEveryMonitor) {
   std::unique_ptr<X11PickCover> cover(new X11PickCover);
+  cover->reachesEveryMonitor_ = std::move(reachesEveryMonitor);
   return cover->create() ? std::move(cover) : nullptr;
 }
 
@@ -73,22 +74,16 @@ X11PickCover::~X11PickCover() {
   notifier_.reset();
 }
 
-std::optional<InputMonitor::Handle> X11PickCover::addKeyMonitor(
-    std::function<void(Key)> /*handler*/) {
-  return std::nullopt;
-}
-
-std::optional<InputMonitor::Handle> X11PickCover::addLeftPressMonitor(
-    std::function<void()> handler) {
+void X11PickCover::start(Done done) {
+  cancel();
   if (lost_) {
-    return std::nullopt;
+    done(std::nullopt);
+    return;
   }
-  hide();
-  handler_ = std::move(handler);
-  active_ = next_++;
+  done_ = std::move(done);
   last_.reset();
   if (QScreen* primary = QGuiApplication::primaryScreen();
-      primary != nullptr && !(reachesEveryMonitor && reachesEveryMonitor())) {
+      primary != nullptr && !(reachesEveryMonitor_ && reachesEveryMonitor_())) {
     reachable_ = primary->geometry();
   }
   Display* display = display_.get();
@@ -105,15 +100,11 @@ std::optional<InputMonitor::Handle> X11PickCover::addLeftPressMonitor(
   // Events the round trips read are queued already and would never wake the notifier.
   QMetaObject::invokeMethod(
       notifier_.get(), [this] { read(); }, Qt::QueuedConnection);
-  return active_;
 }
 
-void X11PickCover::remove(Handle handle) {
-  if (active_ == handle) {
-    active_.reset();
-    handler_ = nullptr;
-    hide();
-  }
+void X11PickCover::cancel() {
+  done_ = nullptr;
+  hide();
 }
 
 void X11PickCover::read() {
@@ -121,7 +112,7 @@ void X11PickCover::read() {
   while (!lost_ && XPending(display) > 0) {
     XEvent event;
     XNextEvent(display, &event);
-    if (!active_) {
+    if (!done_) {
       continue;
     }
     if (event.type == MotionNotify) {
@@ -149,17 +140,12 @@ void X11PickCover::seen(int x, int y) {
 }
 
 void X11PickCover::clicked(std::optional<ClickPoint> at) {
-  if (!active_) {
+  const Done done = std::exchange(done_, nullptr);
+  if (!done) {
     return;
   }
-  last_ = at;
-  // The handler usually removes this monitor; keep it callable until it returns.
-  const std::function<void()> handler = std::exchange(handler_, nullptr);
-  active_.reset();
   hide();
-  if (handler) {
-    handler();
-  }
+  done(at);
 }
 
 void X11PickCover::hide() {

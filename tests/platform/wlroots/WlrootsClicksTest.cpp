@@ -17,6 +17,11 @@ namespace {
 using namespace std::chrono_literals;
 using e2e::WaylandButton;
 
+struct NoPacing final : ClickPacing {
+  void hold() override {}
+  void gap() override {}
+};
+
 class WlrootsClicks : public test::EngineOnServer<wlroots::WlrootsTrust, wlroots::WlrootsInjector> {
  protected:
   void SetUp() override {
@@ -30,13 +35,10 @@ class WlrootsClicks : public test::EngineOnServer<wlroots::WlrootsTrust, wlroots
     pumpUntil([&] { return stopText.has_value(); });
   }
 
-  // One click straight through the injector, as the engine makes it.
+  // One click straight through the injector, without pauses.
   void clickAt(ClickPoint at) {
-    for (MouseAction action : {MouseAction::down, MouseAction::up}) {
-      const auto event = injector.make(action, MouseButton::left, at);
-      ASSERT_TRUE(event);
-      injector.post(*event);
-    }
+    NoPacing pacing;
+    ASSERT_TRUE(injector.click(MouseButton::left, at, 1, pacing));
   }
 
   static std::vector<WaylandButton> only(const std::vector<WaylandButton>& events,
@@ -136,10 +138,12 @@ TEST_F(WlrootsClicks, PointsOutsideEveryOutputAreRefused) {
                {{nan, 5}, false},
                {{std::numeric_limits<double>::infinity(), 0}, false}};
   for (const auto& c : cases) {
-    EXPECT_EQ(injector.make(MouseAction::down, MouseButton::left, c.at).has_value(), c.made)
+    NoPacing pacing;
+    EXPECT_EQ(injector.click(MouseButton::left, c.at, 1, pacing), c.made)
         << c.at.x << "," << c.at.y;
   }
-  EXPECT_TRUE(injector.make(MouseAction::down, MouseButton::left, std::nullopt));
+  NoPacing pacing;
+  EXPECT_TRUE(injector.click(MouseButton::left, std::nullopt, 1, pacing));
 }
 
 // Sway keeps a button down when the process that pressed it dies without releasing it (measured:
@@ -147,7 +151,7 @@ TEST_F(WlrootsClicks, PointsOutsideEveryOutputAreRefused) {
 // end, and Vorrik's signal handling ends in one.
 TEST_F(WlrootsClicks, DestroyingTheInjectorMidPressReleases) {
   auto own = std::make_unique<wlroots::WlrootsInjector>();
-  own->post(*own->make(MouseAction::down, MouseButton::right, ClickPoint{600, 300}));
+  own->post({MouseAction::down, MouseButton::right, ClickPoint{600, 300}});
   ASSERT_EQ(receiver.buttons(1s).size(), 1U);
   own.reset();
   const auto after = receiver.buttons(1s);

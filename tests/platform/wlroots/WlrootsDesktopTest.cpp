@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The wlroots backend's Qt side on a private headless sway: the overlay's monitor, and F6 bound
+// The wlroots backend's Qt side on a private headless sway: the overlay's pick, and F6 bound
 // through sway's IPC for as long as the binding lives.
 #include <QApplication>
 #include <QFile>
@@ -30,14 +30,13 @@ class WlrootsDesktopTest : public QObject {
  private slots:
   void initTestCase() { QVERIFY(injector_.connected()); }
 
-  void removingTheMonitorEndsThePickSilently() {
+  void cancelEndsThePickSilently() {
     bool handled = false;
-    const auto handle = picker_.addLeftPressMonitor([&] { handled = true; });
+    picker_.start([&](std::optional<ClickPoint> /*at*/) { handled = true; });
     QVERIFY(coversShown());
-    picker_.remove(*handle);
+    picker_.cancel();
     QTRY_VERIFY(!coversShown(0));
     QVERIFY(!handled);
-    QCOMPARE(picker_.addKeyMonitor([](Key) {}), std::nullopt);
   }
 
   void aPickRecordsOneClickWhereItLandsOrCancels() {
@@ -87,8 +86,8 @@ class WlrootsDesktopTest : public QObject {
                  {"primary only, right", Act::click, onRight, std::nullopt, true}};
     for (const auto& c : cases) {
       wayland::PickOverlay& picker = c.primaryOnly ? primaryOnly_ : picker_;
-      bool handled = false;
-      const auto handle = picker.addLeftPressMonitor([&] { handled = true; });
+      std::optional<std::optional<ClickPoint>> got;
+      picker.start([&](std::optional<ClickPoint> at) { got = at; });
       QVERIFY2(QTest::qWaitFor([&] { return picker.placed(); }, 10000), c.what);
       QCOMPARE(floatingCovers(), 2);
       if (c.act == Act::escape) {
@@ -96,13 +95,11 @@ class WlrootsDesktopTest : public QObject {
       } else {
         click(c.act == Act::click ? MouseButton::left : MouseButton::right, c.at);
       }
-      QVERIFY2(QTest::qWaitFor([&] { return handled; }, 10000), c.what);
-      const auto got = picker.position();
-      QVERIFY2(got == c.want, qPrintable(QStringLiteral("%1: got %2 %3")
-                                             .arg(c.what)
-                                             .arg(got ? got->x : -1)
-                                             .arg(got ? got->y : -1)));
-      picker.remove(*handle);
+      QVERIFY2(QTest::qWaitFor([&] { return got.has_value(); }, 10000), c.what);
+      QVERIFY2(*got == c.want, qPrintable(QStringLiteral("%1: got %2 %3")
+                                              .arg(c.what)
+                                              .arg(*got ? (*got)->x : -1)
+                                              .arg(*got ? (*got)->y : -1)));
       QVERIFY2(QTest::qWaitFor([] { return floatingCovers() == 0; }, 10000), c.what);
     }
   }
@@ -159,11 +156,11 @@ class WlrootsDesktopTest : public QObject {
   }
 
   void click(MouseButton button, ClickPoint at) {
-    for (MouseAction action : {MouseAction::down, MouseAction::up}) {
-      const auto event = injector_.make(action, button, at);
-      QVERIFY(event);
-      injector_.post(*event);
-    }
+    struct : ClickPacing {
+      void hold() override {}
+      void gap() override {}
+    } pacing;
+    QVERIFY(injector_.click(button, at, 1, pacing));
   }
 
   static bool sway(const std::string& command) {
