@@ -264,13 +264,17 @@ class PortalClicksTest : public QObject {
 
   void clicksAtGivenPointsLandExactlyInTurn() {
     // The corners' pixels of every monitor, one monitor after the other, and a point between
-    // pixels; the pointer starts elsewhere. GNOME Shell's hot-corner barrier at the top-left of
-    // the next monitor stops motion rightwards along the top edge, a hand's and this alike, so
-    // the next monitor's top corners are reached from lower down.
+    // pixels; the pointer starts elsewhere. GNOME Shell holds motion at some monitor edges near
+    // the top (its hot corners' pressure barriers, and more between monitors of different
+    // scales), injected as a hand's: these orders cross them only where the pointer passes.
     handDo(QStringLiteral("move 900 100"));
     using Corner = QPoint (QRect::*)() const noexcept;
-    const std::array<Corner, 4> first{&QRect::topLeft, &QRect::bottomRight, &QRect::topRight,
-                                      &QRect::bottomLeft};
+    const bool one = monitors_.size() == 1;
+    const std::array<Corner, 4> first =
+        one ? std::array<Corner, 4>{&QRect::bottomRight, &QRect::bottomLeft, &QRect::topLeft,
+                                    &QRect::topRight}
+            : std::array<Corner, 4>{&QRect::topLeft, &QRect::bottomRight, &QRect::topRight,
+                                    &QRect::bottomLeft};
     const std::array<Corner, 4> next{&QRect::bottomRight, &QRect::topRight, &QRect::topLeft,
                                      &QRect::bottomLeft};
     std::vector<ClickPoint> points;
