@@ -287,18 +287,24 @@ class PortalClicksTest : public QObject {
     points.insert(points.begin() + 2, {640.4, 400.6});
     const int count = int(points.size()) + 3;
     run(ClickType::left, count, 100, points);
-    std::vector<QPointF> presses;
-    std::vector<QPointF> expected;
-    for (const Seen& event : seen()) {
-      if (event.what != QStringLiteral("release")) {
-        presses.emplace_back(event.x, event.y);
+    // Each receiver in its own order: two processes' clocks order lines only roughly.
+    for (qsizetype m = 0; m < monitors_.size(); ++m) {
+      std::vector<QPointF> presses;
+      std::vector<QPointF> expected;
+      for (const Seen& event : seen(std::size_t(m))) {
+        if (event.what != QStringLiteral("release")) {
+          presses.emplace_back(event.x, event.y);
+        }
       }
+      for (int i = 0; i < count; ++i) {
+        const ClickPoint& at = points[std::size_t(i) % points.size()];
+        const QPointF pixel(std::round(at.x), std::round(at.y));
+        if (monitors_[m].contains(pixel.toPoint())) {
+          expected.push_back(pixel);
+        }
+      }
+      QCOMPARE(presses, expected);
     }
-    for (int i = 0; i < count; ++i) {
-      const ClickPoint& at = points[std::size_t(i) % points.size()];
-      expected.emplace_back(std::round(at.x), std::round(at.y));
-    }
-    QCOMPARE(presses, expected);
   }
 
   void aRunAtTheCursorClicksWhereItIsOnEveryMonitor_data() {
@@ -628,10 +634,14 @@ class PortalClicksTest : public QObject {
     }
   }
 
-  // Button events the receivers saw since the current run began, in the order they came.
-  [[nodiscard]] std::vector<Seen> seen() const {
+  // Button events the receivers (or the one on monitor only) saw since the current run began,
+  // in the order they came.
+  [[nodiscard]] std::vector<Seen> seen(std::optional<std::size_t> only = std::nullopt) const {
     std::vector<Seen> events;
     for (std::size_t r = 0; r < receivers_.size(); ++r) {
+      if (only && r != *only) {
+        continue;
+      }
       const std::vector<QString>& lines = receivers_[r]->lines();
       for (std::size_t i = r < seenFrom_.size() ? seenFrom_[r] : 0; i < lines.size(); ++i) {
         const QStringList words = lines[i].split(QLatin1Char(' '));
