@@ -45,15 +45,18 @@ struct Options {
   std::string shim;     // the flush shim, likewise
   std::string workDir;  // writable by that user
   int rounds = 5;
+  int runs = 1;  // back to back, each of `rounds` rounds
   std::size_t periods = 300;
   std::vector<std::string> clickerFlags;
 };
 
 void usage() {
-  std::cerr << "usage: vorrik_click_timing --vorrik-display D --reference-display D\n"
-               "         --clicker PATH --shim PATH --work DIR [--rounds N] [--periods N]\n"
-               "         [--no-spin]\n"
-               "  --no-spin   the engine's timer without its early wake and final spin\n";
+  std::cerr
+      << "usage: vorrik_click_timing --vorrik-display D --reference-display D\n"
+         "         --clicker PATH --shim PATH --work DIR [--rounds N] [--periods N]\n"
+         "         [--runs N] [--no-spin]\n"
+         "  --runs N    N runs back to back, then each run's pooled ratios and their minimum\n"
+         "  --no-spin   the engine's timer without its early wake and final spin\n";
 }
 
 std::optional<Options> parse(int argc, char** argv) {
@@ -73,7 +76,7 @@ std::optional<Options> parse(int argc, char** argv) {
       o.shim = argv[++i];
     } else if (hasValue && arg == "--work") {
       o.workDir = argv[++i];
-    } else if (hasValue && (arg == "--rounds" || arg == "--periods")) {
+    } else if (hasValue && (arg == "--rounds" || arg == "--periods" || arg == "--runs")) {
       char* end = nullptr;
       const long n = std::strtol(argv[++i], &end, 10);
       if (*end != '\0' || n < 1 || n > 100000 || (arg == "--periods" && n < 2)) {
@@ -81,6 +84,8 @@ std::optional<Options> parse(int argc, char** argv) {
       }
       if (arg == "--rounds") {
         o.rounds = static_cast<int>(n);
+      } else if (arg == "--runs") {
+        o.runs = static_cast<int>(n);
       } else {
         o.periods = static_cast<std::size_t>(n);
       }
@@ -288,52 +293,62 @@ int run(const Options& options) {
     return 2;
   }
   PairedBench bench(options, *vorrikReceiver, *referenceReceiver);
-  PairedResults results;
-  results.setup = bench.setup();
-  std::cerr << "Measuring on " << machine() << ", " << options.rounds
+  std::cerr << "Measuring on " << machine() << ", " << options.runs << " x " << options.rounds
             << " rounds (both clickers at once in each):\n  machine floor: 300 sleeps, ~3 s\n";
-  results.wakeFloor = measureWakeFloor(300, 10ms);
+  const std::optional<WakeFloor> floor = measureWakeFloor(300, 10ms);
 
   bool complete = true;
-  for (int number = 1; number <= options.rounds; ++number) {
-    for (const long nominal : {58L, 128L}) {
-      for (const bool busy : {false, true}) {
-        const bool idleWatch = number == 1 && nominal == 58 && !busy;
-        auto r = bench.round(number, nominal, busy, idleWatch);
-        if (!r) {
-          complete = false;
-          continue;
-        }
-        results.rounds.push_back(std::move(*r));
-        const auto& facts = bench.lastFacts();
-        if (idleWatch && facts.contains("idle_wakeups")) {
-          results.idleWakeups = std::stoull(facts.at("idle_wakeups"));
-          results.idleSeconds = std::stod(facts.at("idle_seconds"));
-        }
-        if (facts.contains("rss_kib")) {
-          results.rssKiB = std::stol(facts.at("rss_kib"));
-          results.peakRssKiB = std::stol(facts.at("peak_rss_kib"));
-        }
-        if (facts.contains("realtime")) {
-          const std::string& grant = facts.at("realtime");
-          results.realtime = grant == "none" ? "not granted (SCHED_FIFO and RealtimeKit both "
-                                               "refused); Vorrik ran at normal priority"
-                             : grant == "RealtimeKit" ? "granted by RealtimeKit"
-                                                      : "granted directly (SCHED_FIFO)";
+  std::vector<PairedResults> runs;
+  for (int run = 1; run <= options.runs; ++run) {
+    PairedResults& results = runs.emplace_back();
+    results.setup = bench.setup();
+    results.wakeFloor = floor;
+    for (int number = 1; number <= options.rounds; ++number) {
+      for (const long nominal : {58L, 128L}) {
+        for (const bool busy : {false, true}) {
+          const bool idleWatch = number == 1 && nominal == 58 && !busy;
+          auto r = bench.round(number, nominal, busy, idleWatch);
+          if (!r) {
+            complete = false;
+            continue;
+          }
+          results.rounds.push_back(std::move(*r));
+          const auto& facts = bench.lastFacts();
+          if (idleWatch && facts.contains("idle_wakeups")) {
+            results.idleWakeups = std::stoull(facts.at("idle_wakeups"));
+            results.idleSeconds = std::stod(facts.at("idle_seconds"));
+          }
+          if (facts.contains("rss_kib")) {
+            results.rssKiB = std::stol(facts.at("rss_kib"));
+            results.peakRssKiB = std::stol(facts.at("peak_rss_kib"));
+          }
+          if (facts.contains("realtime")) {
+            const std::string& grant = facts.at("realtime");
+            results.realtime = grant == "none" ? "not granted (SCHED_FIFO and RealtimeKit both "
+                                                 "refused); Vorrik ran at normal priority"
+                               : grant == "RealtimeKit" ? "granted by RealtimeKit"
+                                                        : "granted directly (SCHED_FIFO)";
+          }
         }
       }
     }
-  }
-  std::cout << "\n"
-            << formatRounds(results) << "\n"
-            << formatDelivery(results.rounds) << "\n"
-            << formatPooled(results, Targets{});
-  std::cout.flush();
-  for (const PairedRound& r : results.rounds) {
-    for (const ClickerRun* run : {&r.vorrik, &r.reference}) {
-      complete = complete && run->source.presses == options.periods + 1 &&
-                 run->receiver.presses == options.periods + 1;
+    if (options.runs > 1) {
+      std::cout << "\n=== Run " << run << " of " << options.runs << "\n";
     }
+    std::cout << "\n"
+              << formatRounds(results) << "\n"
+              << formatDelivery(results.rounds) << "\n"
+              << formatPooled(results, Targets{});
+    std::cout.flush();
+    for (const PairedRound& r : results.rounds) {
+      for (const ClickerRun* clicker : {&r.vorrik, &r.reference}) {
+        complete = complete && clicker->source.presses == options.periods + 1 &&
+                   clicker->receiver.presses == options.periods + 1;
+      }
+    }
+  }
+  if (options.runs > 1) {
+    std::cout << "\n" << formatRuns(runs, Targets{});
   }
   return complete ? 0 : 1;
 }

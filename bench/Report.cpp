@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "Report.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <functional>
+#include <utility>
 
 namespace vorrik::bench {
 
@@ -218,6 +220,60 @@ std::string formatPooled(const PairedResults& results, const Targets& targets) {
   }
   out += "source p99 ratio (reference / Vorrik), pooled: " + ratioText(sourceRatio) + "\n";
   out += "receiver p99 ratio (reference / Vorrik), pooled: " + ratioText(receiverRatio) + "\n";
+  return out;
+}
+
+std::string formatRuns(const std::vector<PairedResults>& runs, const Targets& targets) {
+  std::string out = fmt("Back to back, %zu runs:\n", runs.size());
+  const RoundFilter all = [](const PairedRound&) { return true; };
+  std::optional<double> minSource;
+  std::optional<double> minReceiver;
+  bool complete = true;
+  std::vector<PairedRound> every;
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    const ClickerRun vorrik = pooled(runs[i].rounds, all, &PairedRound::vorrik);
+    const ClickerRun reference = pooled(runs[i].rounds, all, &PairedRound::reference);
+    const auto source = p99Ratio(reference.source, vorrik.source);
+    const auto receiver = p99Ratio(reference.receiver, vorrik.receiver);
+    out +=
+        fmt("  run %zu: source p99 ratio %s, receiver p99 ratio %s, CPU per click Vorrik %s, "
+            "reference %s\n",
+            i + 1, ratioText(source).c_str(), ratioText(receiver).c_str(),
+            vorrik.cpuUsPerClick ? fmt("%.0f us", *vorrik.cpuUsPerClick).c_str() : "n/a",
+            reference.cpuUsPerClick ? fmt("%.0f us", *reference.cpuUsPerClick).c_str() : "n/a");
+    // A run with no ratio leaves no minimum: it measured nothing to hold against the targets.
+    complete = complete && source && receiver;
+    minSource = source && (!minSource || *source < *minSource) ? source : minSource;
+    minReceiver = receiver && (!minReceiver || *receiver < *minReceiver) ? receiver : minReceiver;
+    every.insert(every.end(), runs[i].rounds.begin(), runs[i].rounds.end());
+  }
+  if (!complete) {
+    minSource.reset();
+    minReceiver.reset();
+  }
+  out += fmt("  minimum over the runs: source %s (%s), receiver %s (%s)\n",
+             ratioText(minSource).c_str(),
+             metOrMissed(minSource && *minSource >= targets.minSourceRatio).c_str(),
+             ratioText(minReceiver).c_str(),
+             metOrMissed(minReceiver && *minReceiver >= targets.minReceiverRatio).c_str());
+  out += "  receiver p99 ratio per period and load, every run pooled:\n";
+  std::vector<std::pair<double, bool>> conditions;
+  for (const PairedRound& r : every) {
+    if (std::find(conditions.begin(), conditions.end(), std::pair{r.nominalMs, r.busyCore}) ==
+        conditions.end()) {
+      conditions.emplace_back(r.nominalMs, r.busyCore);
+    }
+  }
+  for (const auto& [nominalMs, busyCore] : conditions) {
+    const RoundFilter keep = [nominalMs, busyCore](const PairedRound& r) {
+      return r.nominalMs == nominalMs && r.busyCore == busyCore;
+    };
+    const auto ratio = p99Ratio(pooled(every, keep, &PairedRound::reference).receiver,
+                                pooled(every, keep, &PairedRound::vorrik).receiver);
+    out += fmt("    %3.0f ms, %-9s: %s (%s)\n", nominalMs, loadName(busyCore).c_str(),
+               ratioText(ratio).c_str(),
+               metOrMissed(ratio && *ratio >= targets.minReceiverRatio).c_str());
+  }
   return out;
 }
 

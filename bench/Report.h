@@ -63,5 +63,9 @@ std::string formatRounds(const PairedResults& results);
 // The rounds pooled per period and load and over all, the targets, and as its last two lines
 // "source p99 ratio (reference / Vorrik), pooled: R" and the same for the receiver.
 std::string formatPooled(const PairedResults& results, const Targets& targets);
+// Back-to-back runs side by side: each run's pooled source and receiver ratios and CPU per
+// click, their minimum over the runs, and the receiver ratio per period and load pooled over
+// every run; a single run decides nothing, as the receiver's figures move between runs.
+std::string formatRuns(const std::vector<PairedResults>& runs, const Targets& targets);
 
 }  // namespace vorrik::bench

@@ -83,6 +83,27 @@ TEST(Pooled, EndsWithBothRatioLinesAndJudgesEachTarget) {
   EXPECT_NE(text.find("wake-ups in 0 s idle after a stop: 0 (met)"), std::string::npos);
 }
 
+TEST(Runs, TakeTheWorstRunAndPoolEachConditionOverAllRuns) {
+  // Receiver ratio 3 in the first run; in the second 3 when idle but 0.5 with a core busy.
+  std::vector<PairedResults> runs(2);
+  runs[0].rounds = {round(1, 58, false, 0.2, 0.6), round(1, 58, true, 0.2, 0.6)};
+  runs[1].rounds = {round(1, 58, false, 0.2, 0.6), round(1, 58, true, 1.2, 0.6)};
+  const std::string text = formatRuns(runs, Targets{});
+  EXPECT_NE(text.find("run 1: source p99 ratio 3.00, receiver p99 ratio 3.00, CPU per click "
+                      "Vorrik 100 us, reference 120 us"),
+            std::string::npos)
+      << text;
+  EXPECT_NE(text.find("minimum over the runs: source 0.50 (MISSED), receiver 0.50 (MISSED)"),
+            std::string::npos)
+      << text;
+  EXPECT_NE(text.find(" 58 ms, idle     : 3.00 (met)"), std::string::npos) << text;
+  EXPECT_NE(text.find(" 58 ms, busy core: 0.50 (MISSED)"), std::string::npos) << text;
+  // A run that measured nothing leaves no minimum to meet a target with.
+  runs.emplace_back();
+  EXPECT_NE(formatRuns(runs, Targets{}).find("minimum over the runs: source n/a (MISSED)"),
+            std::string::npos);
+}
+
 TEST(Rounds, ListEveryRoundWithItsRatios) {
   PairedResults results;
   results.rounds.push_back(round(1, 58, true, 0.2, 0.6));
