@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: MIT
 # Runs a command on a private headless GNOME Shell (Wayland, with Xwayland as a desktop session
 # has it) with its desktop portal, then stops everything.
-#   with-gnome.sh [--hand PATH] [--app VORRIK] [--size WxH] [--media-keys] [--no-x11] -- command...
+#   with-gnome.sh [--hand PATH] [--app VORRIK] [--size WxH] [--second WxH[@SCALE]] [--media-keys]
+#                 [--no-x11] -- command...
 # The command runs inside a private D-Bus session with a private HOME, XDG_RUNTIME_DIR and
 # system bus, and finds WAYLAND_DISPLAY, XDG_CURRENT_DESKTOP=GNOME, the running PipeWire and
 # the RemoteDesktop portal answering. --hand names the gnome_hand test program, used to leave
@@ -10,12 +11,14 @@
 # gsd-media-keys, which runs the custom keyboard shortcuts. DISPLAY and XAUTHORITY name the
 # shell's Xwayland; --no-x11 starts none and leaves DISPLAY unset. --app installs the desktop
 # entry of that built vorrik, as an installed Vorrik has one, so that the portal knows its
-# application ID.
+# application ID. --second adds a monitor of that many pixels right of the first, at that scale
+# (default 1); the first stays primary, where the hand and the desktop's dialogs are.
 set -euo pipefail
 # shellcheck source=desktop-session.sh
 . "$(dirname "${BASH_SOURCE[0]}")/desktop-session.sh"
 
 size="1280x800"
+second=""
 hand=""
 app=""
 media_keys=""
@@ -25,13 +28,14 @@ while [ $# -gt 0 ]; do
     --hand) hand="$2"; shift 2 ;;
     --app) app="$2"; shift 2 ;;
     --size) size="$2"; shift 2 ;;
+    --second) second="$2"; shift 2 ;;
     --media-keys) media_keys=1; shift ;;
     --no-x11) no_x11=1; shift ;;
     --) shift; break ;;
     *) break ;;
   esac
 done
-[ $# -gt 0 ] || { echo "usage: $0 [--hand PATH] [--size WxH] -- command..." >&2; exit 2; }
+[ $# -gt 0 ] || { echo "usage: $0 [--hand PATH] [--size WxH] [--second WxH[@SCALE]] -- command..." >&2; exit 2; }
 
 media_keys_daemon=/usr/libexec/gsd-media-keys
 need_tools dbus-run-session dbus-daemon gnome-shell pipewire gdbus fusermount3 Xwayland xdpyinfo \
@@ -41,7 +45,8 @@ need_tools dbus-run-session dbus-daemon gnome-shell pipewire gdbus fusermount3 X
 # Everything below runs once more inside its own session bus.
 if [ -z "${VORRIK_GNOME_INNER:-}" ]; then
   export VORRIK_GNOME_INNER=1
-  exec dbus-run-session -- "$0" --hand "$hand" --app "$app" --size "$size" ${media_keys:+--media-keys} \
+  exec dbus-run-session -- "$0" --hand "$hand" --app "$app" --size "$size" \
+    ${second:+--second "$second"} ${media_keys:+--media-keys} \
     ${no_x11:+--no-x11} -- "$@"
 fi
 unset VORRIK_GNOME_INNER
@@ -82,7 +87,7 @@ fi
 
 wayland="wayland-vorrik-$$"
 gnome-shell --headless --wayland ${no_x11:+--no-x11} --wayland-display "$wayland" \
-  --virtual-monitor "$size" >"$tmp/gnome-shell.log" 2>&1 &
+  --virtual-monitor "$size" ${second:+--virtual-monitor "${second%@*}"} >"$tmp/gnome-shell.log" 2>&1 &
 shell=$!
 pids+=("$shell")
 
@@ -111,6 +116,31 @@ until_ok 60 test -S "$XDG_RUNTIME_DIR/$wayland" || fail "gnome-shell did not sta
 export WAYLAND_DISPLAY="$wayland"
 until_ok 60 has_name org.gnome.Mutter.RemoteDesktop || fail "gnome-shell offers no remote desktop"
 dbus-update-activation-environment WAYLAND_DISPLAY 2>/dev/null || true
+
+# The shell makes the larger monitor primary and puts it left: the first goes back there, the
+# second right of it at its scale, in a layout of logical pixels.
+display_config() {
+  gdbus call --session --dest org.gnome.Mutter.DisplayConfig \
+    --object-path /org/gnome/Mutter/DisplayConfig --method "org.gnome.Mutter.DisplayConfig.$1" "${@:2}"
+}
+second_placed() {
+  display_config GetCurrentState |
+    grep -Eq "\(${size%x*}, 0, ${scale}, (uint32 )?0, false, \[\('Meta-1'"
+}
+if [ -n "$second" ]; then
+  [[ "$second" =~ ^[0-9]+x[0-9]+(@([0-9.]+))?$ ]] || fail "--second takes WxH[@SCALE], not '$second'"
+  scale=$(printf '%.1f' "${BASH_REMATCH[2]:-1}")
+  until_ok 30 has_name org.gnome.Mutter.DisplayConfig || fail "gnome-shell offers no display configuration"
+  state=$(display_config GetCurrentState)
+  serial=$(sed -n 's/^(uint32 \([0-9]*\),.*/\1/p' <<<"$state")
+  mode() { sed -n "s/.*(('Meta-$1'[^)]*), \[('\([^']*\)'.*/\1/p" <<<"$state"; }
+  # Method 1: for this session only, no question asked.
+  display_config ApplyMonitorsConfig "$serial" 1 \
+    "[(0, 0, 1.0, 0, true, [('Meta-0', '$(mode 0)', @a{sv} {})]),
+      (${size%x*}, 0, $scale, 0, false, [('Meta-1', '$(mode 1)', @a{sv} {})])]" '{}' \
+    >"$tmp/display-config.log" 2>&1 || fail "the shell refused the second monitor at scale $scale"
+  until_ok 10 second_placed || fail "the second monitor is not right of the first at scale $scale"
+fi
 
 # The shell starts its Xwayland on a free display with a cookie of its own; without gnome-session
 # nobody passes them on, so read them from the server's command line.

@@ -4,7 +4,8 @@
 //   ready WIDTH HEIGHT | press|release|double left|right X Y MILLISECONDS | key NAME
 //   focus|blur: the window gained or lost the keyboard (a dialog over it takes it)
 //   enter: the pointer came onto the window; until then no button reaches it
-// X and Y in output-layout pixels; milliseconds on the monotonic clock.
+// X and Y in output-layout pixels; milliseconds on the monotonic clock. With --screen N the
+// window covers the Nth monitor from the left rather than the primary one.
 #include <QApplication>
 #include <QKeyEvent>
 #include <QKeySequence>
@@ -12,7 +13,9 @@
 #include <QPainter>
 #include <QScreen>
 #include <QWidget>
+#include <QWindow>
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 
@@ -93,6 +96,23 @@ class Receiver final : public QWidget {
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
   Receiver receiver;
+  const QStringList args = QApplication::arguments();
+  if (const qsizetype at = args.indexOf(QStringLiteral("--screen")); at >= 0) {
+    QList<QScreen*> screens = QGuiApplication::screens();
+    std::sort(screens.begin(), screens.end(), [](const QScreen* a, const QScreen* b) {
+      return a->geometry().x() < b->geometry().x();
+    });
+    bool ok = false;
+    const int n = at + 1 < args.size() ? args[at + 1].toInt(&ok) : -1;
+    if (!ok || n < 0 || n >= screens.size()) {
+      std::fprintf(stderr, "wayland_receiver: --screen takes 0 to %lld\n",
+                   static_cast<long long>(screens.size()) - 1);
+      return 2;
+    }
+    // Qt asks for full screen on its window's screen, which QWidget::setScreen leaves alone.
+    receiver.createWinId();
+    receiver.windowHandle()->setScreen(screens[n]);
+  }
   receiver.showFullScreen();
   return QApplication::exec();
 }

@@ -9,6 +9,7 @@
 #include <QDBusPendingReply>
 #include <QDBusUnixFileDescriptor>
 #include <QLoggingCategory>
+#include <QTimer>
 
 #include <fcntl.h>
 
@@ -26,6 +27,9 @@ constexpr int kEventTimeoutMs = 1000;
 // desktop may have lost the dialog (GNOME 43 showed none after a refusal, now and then), and a
 // dialog still up is shown again rather than left unanswered.
 constexpr std::chrono::seconds kDialogLostAfter{10};
+// The compositor resumes the EIS devices as soon as it has set them up; one that has not within
+// this never will, and the session would otherwise stay asking.
+constexpr int kEisResumeTimeoutMs = 30000;
 
 // Device types and persistence, as the RemoteDesktop portal numbers them.
 constexpr uint kPointer = 2;
@@ -214,49 +218,59 @@ void PortalSession::connectEis(const QString& session) {
       portalCall(QString::fromLatin1(kRemoteDesktop), QStringLiteral("ConnectToEIS"));
   call.setArguments({QVariant::fromValue(QDBusObjectPath(session)), QVariantMap{}});
   auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
-  connect(watcher, &QDBusPendingCallWatcher::finished, this,
-          [this, session](QDBusPendingCallWatcher* done) {
-            done->deleteLater();
-            const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *done;
-            {
-              // An answer for a session that has since ended.
-              std::lock_guard lock(mutex_);
-              if (state_.load() != State::asking || session_ != session) {
-                return;
-              }
-            }
-            if (reply.isError()) {
-              qCWarning(lcPortal) << "no EIS connection:" << reply.error().message();
-              start("D-Bus (the portal gave no EIS socket)");
-              pointerMotion(0, 0);
-              answered(true);
-              return;
-            }
-            // The reply closes its descriptor; libei takes a copy of its own.
-            const int fd = fcntl(reply.value().fileDescriptor(), F_DUPFD_CLOEXEC, 0);
-            std::shared_ptr<EisPointer> eis =
-                fd < 0 ? nullptr
-                       : EisPointer::open(fd, {.ready =
-                                                   [this] {
-                                                     if (state_.load() == State::asking) {
-                                                       start("EIS (libei)");
-                                                       answered(true);
-                                                     }
-                                                   },
-                                               .lost =
-                                                   [this](const QString& reason) {
-                                                     qCWarning(lcPortal).noquote()
-                                                         << "remote desktop lost:" << reason;
-                                                     lose();
-                                                   }});
-            if (!eis) {
-              qCWarning(lcPortal) << "the EIS socket could not be used";
-              answered(false);
-              return;
-            }
-            std::lock_guard lock(mutex_);
-            eis_ = std::move(eis);
-          });
+  connect(
+      watcher, &QDBusPendingCallWatcher::finished, this,
+      [this, session](QDBusPendingCallWatcher* done) {
+        done->deleteLater();
+        const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *done;
+        {
+          // An answer for a session that has since ended.
+          std::lock_guard lock(mutex_);
+          if (state_.load() != State::asking || session_ != session) {
+            return;
+          }
+        }
+        if (reply.isError()) {
+          qCWarning(lcPortal) << "no EIS connection:" << reply.error().message();
+          start("D-Bus (the portal gave no EIS socket)");
+          pointerMotion(0, 0);
+          answered(true);
+          return;
+        }
+        // The reply closes its descriptor; libei takes a copy of its own.
+        const int fd = fcntl(reply.value().fileDescriptor(), F_DUPFD_CLOEXEC, 0);
+        std::shared_ptr<EisPointer> eis =
+            fd < 0 ? nullptr
+                   : EisPointer::open(fd, {.ready =
+                                               [this] {
+                                                 if (state_.load() == State::asking) {
+                                                   start("EIS (libei)");
+                                                   answered(true);
+                                                 }
+                                               },
+                                           .lost =
+                                               [this](const QString& reason) {
+                                                 qCWarning(lcPortal).noquote()
+                                                     << "remote desktop lost:" << reason;
+                                                 lose();
+                                               }});
+        if (!eis) {
+          qCWarning(lcPortal) << "the EIS socket could not be used";
+          answered(false);
+          return;
+        }
+        const std::weak_ptr<EisPointer> asked = eis;
+        {
+          std::lock_guard lock(mutex_);
+          eis_ = std::move(eis);
+        }
+        QTimer::singleShot(kEisResumeTimeoutMs, this, [this, asked] {
+          if (state_.load() == State::asking && !asked.expired() && this->eis() == asked.lock()) {
+            qCWarning(lcPortal) << "the compositor never resumed the EIS devices; giving up";
+            answered(false);
+          }
+        });
+      });
 }
 
 std::shared_ptr<EisPointer> PortalSession::eis() const {
