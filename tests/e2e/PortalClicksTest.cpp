@@ -189,7 +189,10 @@ class PortalClicksTest : public QObject {
     // Accepted; asked again when the dialog took the hand's clicks before it had settled (it
     // then stays, or ends without remote interaction), which a loaded machine brings about.
     for (int attempt = 0; attempt < 3 && !desktop_->trust().isTrusted(false); ++attempt) {
+      // The hand's own clicks on the dialog may miss it and reach the receiver.
+      markSeen();
       startUntilAsked();
+      QVERIFY2(seen().empty(), "no click while the desktop was asking");
       handDo(QStringLiteral("consent accept"));
       if (!QTest::qWaitFor([this] { return receiver_->last(kFocus) == QStringLiteral("focus"); },
                            kTimeoutMs)) {
@@ -199,7 +202,6 @@ class PortalClicksTest : public QObject {
       (void)QTest::qWaitFor([this] { return desktop_->trust().isTrusted(false); }, kTimeoutMs);
     }
     QVERIFY(desktop_->trust().isTrusted(false));
-    QVERIFY2(seen().empty(), "no click while the desktop was asking");
   }
 
   void theAnswerIsRememberedForTheNextLaunch() {
