@@ -48,7 +48,9 @@ run() {
     # Plasma's dialog opens with its Share button focused and closes on Escape.
     consent:2)
       case "$2" in
-        accept) xdotool key Return 2>&1 ;;
+        # As a user, who reads the dialog first: a Return typed the moment the dialog takes the
+        # keyboard, before its buttons are there, is lost.
+        accept) xdotool sleep 0.5 key Return 2>&1 ;;
         refuse) xdotool key Escape 2>&1 ;;
         *) echo "consent accept or consent refuse"; return 1 ;;
       esac
