@@ -464,14 +464,11 @@ class PortalClicksTest : public QObject {
     cursorRunFromHere();
     engine_->start();
     QTRY_VERIFY_WITH_TIMEOUT(seen().size() >= 4, kTimeoutMs);
-    // Found through this session's own bus: other sessions on the machine have one too.
-    // Each desktop's half is named after it.
-    const QString half = QStringLiteral("org.freedesktop.impl.portal.desktop.") +
-                         qEnvironmentVariable("XDG_CURRENT_DESKTOP").toLower();
-    const uint pid = QDBusConnection::sessionBus().interface()->servicePid(half).value();
-    QVERIFY(pid > 0);
     const std::int64_t before = engine_->sessionClicks();
-    QCOMPARE(::kill(static_cast<pid_t>(pid), SIGKILL), 0);
+    killDesktopHalf();
+    if (QTest::currentTestFailed()) {
+      return;
+    }
     QTRY_VERIFY_WITH_TIMEOUT(!engine_->running(), kTimeoutMs);
     QCOMPARE(stops_, std::vector<std::string>{L::t("rd_needed")});
     // The click in progress, and one that began before the news arrived.
@@ -556,19 +553,32 @@ class PortalClicksTest : public QObject {
     engine_->points.assign(std::vector<ClickPoint>{});
   }
 
-  // Start, which asks; GNOME 43 now and then shows no dialog after a refusal, and then Start
-  // pressed again, once the dialog is long overdue, asks anew.
+  // Start, which asks. GNOME 43 now and then shows no dialog after a refusal: Start pressed
+  // again, once the dialog is long overdue, asks anew; when that shows none either, that portal
+  // has stopped showing this application's dialogs, and only a new desktop half of it shows
+  // them again.
   void startUntilAsked() {
-    for (int attempt = 0; attempt < 3; ++attempt) {
+    const auto asked = [this] { return receiver_->last(kFocus) == QStringLiteral("blur"); };
+    for (int attempt = 0; attempt < 6 && !asked() && !QTest::currentTestFailed(); ++attempt) {
+      if (attempt == 2) {
+        qWarning() << "the desktop's portal showed no dialog twice; its desktop half restarts";
+        killDesktopHalf();
+      }
       engine_->start();
       QVERIFY(!engine_->running());
-      if (QTest::qWaitFor([this] { return receiver_->last(kFocus) == QStringLiteral("blur"); },
-                          15000)) {
-        break;
-      }
-      qWarning() << "the desktop showed no dialog; Start again asks anew";
+      (void)QTest::qWaitFor(asked, attempt < 2 ? 15000 : 5000);
     }
     waitForDialog();
+  }
+
+  // Kills the desktop's half of the portal, found through this session's own bus: other
+  // sessions on the machine have one too. Each desktop's half is named after it.
+  void killDesktopHalf() {
+    const QString half = QStringLiteral("org.freedesktop.impl.portal.desktop.") +
+                         qEnvironmentVariable("XDG_CURRENT_DESKTOP").toLower();
+    const uint pid = QDBusConnection::sessionBus().interface()->servicePid(half).value();
+    QVERIFY(pid > 0);
+    QCOMPARE(::kill(static_cast<pid_t>(pid), SIGKILL), 0);
   }
 
   // The dialog takes the keyboard from the receiver when it opens, and gives it back. The panel
