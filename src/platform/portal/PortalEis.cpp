@@ -105,8 +105,14 @@ class LibeiPointer final : public EisPointer, public std::enable_shared_from_thi
   // Sends what is queued now; an answer read meanwhile is handled on the main thread.
   void flush() {
     ei_dispatch(context_);
-    if (notifier_ && ei_peek_event(context_) != nullptr) {
-      ei_event_unref(ei_peek_event(context_));
+    ei_event* next = notifier_ ? ei_peek_event(context_) : nullptr;
+    if (next != nullptr) {
+      // A connection that broke while sending takes no further click from now on, before the
+      // main thread hears of it: none is counted that went nowhere.
+      if (ei_event_get_type(next) == EI_EVENT_DISCONNECT) {
+        ready_ = false;
+      }
+      ei_event_unref(next);
       // Weakly: the worker may hold the last reference by the time it runs.
       QMetaObject::invokeMethod(
           notifier_.get(),
