@@ -26,6 +26,8 @@ chmod 700 "$scratch"
 "$2" -- bash -c '"$1" & app=$!
   for _ in $(seq 200); do xdotool search --onlyvisible --name "^Vorrik$" && break; sleep 0.05; done
   xdotool search --onlyvisible --name "^Vorrik$" || exit 1
+  # Ctrl+Q reaches the panel only once it holds the keyboard.
+  for _ in $(seq 100); do [ "$(xdotool getwindowfocus)" = "$(xdotool search --onlyvisible --name "^Vorrik$")" ] && break; sleep 0.05; done
   xdotool key ctrl+q
   wait "$app"' _ "$root/usr/bin/vorrik" >/dev/null || fail "the unpacked binary did not run and quit"
 echo PASS

@@ -11,4 +11,9 @@ within() {  # SECONDS COMMAND...: retries COMMAND until it succeeds or time runs
 }
 # Exactly N visible windows named Vorrik.
 shown() { [ "$(xdotool search --onlyvisible --name '^Vorrik$' 2>/dev/null | wc -l)" = "$1" ]; }
+# The panel holds the keyboard focus: a key pressed before that goes to nobody.
+has_keyboard() {
+  local focus; focus=$(xdotool getwindowfocus 2>/dev/null) || return 1
+  xdotool search --onlyvisible --name '^Vorrik$' 2>/dev/null | grep -qx "$focus"
+}
 ended() { ! state=$(ps -o stat= -p "$1") || [[ "$state" == Z* ]]; }

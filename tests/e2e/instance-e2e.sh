@@ -35,6 +35,7 @@ shown 0 || fail "--stop with nothing running showed a panel"
 # --- Hide, show again from a second launch, quit from the tray.
 "$app" & first=$!
 within 10 shown 1 || fail "no panel"
+within 5 has_keyboard || fail "the panel did not take the keyboard at launch"
 xdotool key ctrl+h
 within 5 shown 0 || fail "Ctrl+H did not hide the panel"
 kill -0 "$first" || fail "hiding the panel ended Vorrik"
