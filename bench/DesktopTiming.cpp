@@ -140,18 +140,35 @@ class LineChild {
 };
 
 // The consent dialog answered as a user would, by the desktop's hand, which knows where its
-// desktop draws it; again when its controls did not take input yet.
-bool accept(LineChild& hand, LineChild& receiver) {
-  if (!pumpUntil([&] { return receiver.focus() == "blur"; })) {
-    return false;
-  }
+// desktop draws it. A dialog whose controls did not take the answer yet is refused and asked
+// anew: accepting again would turn GNOME 48's remote-interaction switch back off.
+bool consent(LineChild& hand, LineChild& receiver, ClickEngine& engine,
+             AccessibilityTrust& trust) {
   for (int attempt = 0; attempt < 3; ++attempt) {
+    if (attempt > 0) {
+      // Granted late after all: asking again would start a run.
+      if (trust.isTrusted(false)) {
+        return true;
+      }
+      engine.start();
+    }
+    if (!pumpUntil([&] { return receiver.focus() == "blur"; })) {
+      return false;
+    }
+    // The dialog takes the keyboard before it has settled where the hand aims.
+    pause(1000);
     if (!hand.tell("consent accept")) {
       return false;
     }
-    if (pumpUntil([&] { return receiver.focus() == "focus"; }, 5000)) {
+    if (pumpUntil([&] { return trust.isTrusted(false); }, 5000)) {
       return true;
     }
+    if (receiver.focus() == "blur" && !hand.tell("consent refuse")) {
+      return false;
+    }
+    pumpUntil([&] { return receiver.focus() == "focus"; }, 5000);
+    // The refusal's answer on its way back to the portal client, which asks nothing meanwhile.
+    pause(1000);
   }
   return false;
 }
@@ -207,8 +224,7 @@ int run(const Options& o) {
   if (!desktop->trust().isTrusted(false)) {
     // The first start asks the desktop; the run itself is refused meanwhile.
     engine.start();
-    if (!hand || !accept(*hand, receiver) ||
-        !pumpUntil([&] { return desktop->trust().isTrusted(false); })) {
+    if (!hand || !consent(*hand, receiver, engine, desktop->trust())) {
       std::fprintf(stderr, "vorrik_desktop_timing: no permission to click\n");
       return 2;
     }
