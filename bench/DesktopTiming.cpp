@@ -142,8 +142,7 @@ class LineChild {
 // The consent dialog answered as a user would, by the desktop's hand, which knows where its
 // desktop draws it. A dialog whose controls did not take the answer yet is refused and asked
 // anew: accepting again would turn GNOME 48's remote-interaction switch back off.
-bool consent(LineChild& hand, LineChild& receiver, ClickEngine& engine,
-             AccessibilityTrust& trust) {
+bool consent(LineChild& hand, LineChild& receiver, ClickEngine& engine, AccessibilityTrust& trust) {
   for (int attempt = 0; attempt < 3; ++attempt) {
     if (attempt > 0) {
       // Granted late after all: asking again would start a run.
