@@ -103,6 +103,7 @@ std::optional<Options> parse(int argc, char** argv) {
 // What the flush shim recorded in one clicker process.
 struct FlushLog {
   std::vector<std::chrono::nanoseconds> presses;
+  std::vector<int> pressCpus;
   std::vector<std::chrono::nanoseconds> releases;
   std::optional<std::chrono::nanoseconds> cpu;  // from the first button event to exit
 };
@@ -110,18 +111,23 @@ struct FlushLog {
 FlushLog readFlushLog(const std::string& path) {
   FlushLog log;
   std::ifstream file(path);
-  std::string kind;
-  long long a = 0;
-  while (file >> kind >> a) {
+  std::string line;
+  while (std::getline(file, line)) {
+    std::istringstream fields(line);
+    std::string kind;
+    long long a = 0;
+    long long b = -1;
+    if (!(fields >> kind >> a)) {
+      continue;
+    }
+    const bool hasB = static_cast<bool>(fields >> b);
     if (kind == "press") {
       log.presses.emplace_back(a);
+      log.pressCpus.push_back(hasB ? static_cast<int>(b) : -1);
     } else if (kind == "release") {
       log.releases.emplace_back(a);
-    } else if (kind == "cpu") {
-      long long b = 0;
-      if (file >> b && a >= 0 && b >= a) {
-        log.cpu = std::chrono::nanoseconds(b - a);
-      }
+    } else if (kind == "cpu" && hasB && a >= 0 && b >= a) {
+      log.cpu = std::chrono::nanoseconds(b - a);
     }
   }
   return log;
@@ -189,6 +195,8 @@ class PairedBench {
     }
     vorrikReceiver_.reset();
     referenceReceiver_.reset();
+    const Waits vorrikBefore = waits(vorrikReceiver_);
+    const Waits referenceBefore = waits(referenceReceiver_);
     const auto env = [&](const std::string& display, const std::string& log) {
       return std::vector<std::string>{"DISPLAY=" + display, "LD_PRELOAD=" + o_.shim,
                                       "VORRIK_FLUSH_LOG=" + log};
@@ -206,6 +214,8 @@ class PairedBench {
     }
     vorrikReceiver_.waitFor(clicks, 2s);
     referenceReceiver_.waitFor(clicks, 2s);
+    const Waits vorrikWaits = waits(vorrikReceiver_) - vorrikBefore;
+    const Waits referenceWaits = waits(referenceReceiver_) - referenceBefore;
 
     PairedRound r;
     r.round = number;
@@ -214,12 +224,41 @@ class PairedBench {
     r.vorrik = side(tag + "-vorrik.flush", vorrikReceiver_, clicks, r.nominalMs);
     r.reference = side(tag + "-reference.flush", referenceReceiver_, clicks, r.nominalMs);
     facts_ = readFacts(tag + "-vorrik.out");
+    const auto perClick = [&](std::chrono::nanoseconds wait) {
+      return std::chrono::duration<double, std::micro>(wait).count() / static_cast<double>(clicks);
+    };
+    for (const auto& [side, w] :
+         {std::pair{&r.vorrik, vorrikWaits}, {&r.reference, referenceWaits}}) {
+      side->waitUsPerClick["X server"] = perClick(w.server.wait);
+      side->waitUsPerClick["receiver"] = perClick(w.receiver.wait);
+    }
+    for (const char* thread : {"main", "worker"}) {
+      std::istringstream counts(facts_["sched_" + std::string(thread)]);
+      long long run = 0;
+      long long wait = 0;
+      if (counts >> run >> wait) {
+        r.vorrik.waitUsPerClick[thread] = perClick(std::chrono::nanoseconds(wait));
+      }
+    }
     return r;
   }
 
   [[nodiscard]] const std::map<std::string, std::string>& lastFacts() const { return facts_; }
 
  private:
+  // The scheduler's counts of a display's X server and of its receiving thread.
+  struct Waits {
+    SchedStat server;
+    SchedStat receiver;
+    Waits operator-(const Waits& earlier) const {
+      return {server - earlier.server, receiver - earlier.receiver};
+    }
+  };
+  static Waits waits(const PressReceiver& receiver) {
+    return {receiver.serverPid() > 0 ? threadSchedStat(receiver.serverPid()) : SchedStat{},
+            threadSchedStat(getpid(), receiver.threadId())};
+  }
+
   static ClickerRun side(const std::string& flushLog, const PressReceiver& receiver,
                          std::size_t clicks, double nominal) {
     const FlushLog log = readFlushLog(flushLog);
@@ -228,10 +267,12 @@ class PairedBench {
     const auto presses = receiver.presses();
     const auto releases = receiver.releases();
     run.receiver = summarise(presses, releases, nominal);
+    const auto cpus = receiver.pressCpus();
     if (log.presses.size() == presses.size()) {
       for (std::size_t i = 0; i < presses.size(); ++i) {
         run.deliveryMs.push_back(
             std::chrono::duration<double, std::milli>(presses[i] - log.presses[i]).count());
+        run.sameCpu.push_back(i < cpus.size() && cpus[i] == log.pressCpus[i]);
       }
     }
     if (log.cpu && !log.presses.empty()) {
@@ -271,6 +312,52 @@ std::string formatDelivery(const std::vector<PairedRound>& rounds) {
     };
     out << "  " << (busy ? "busy core" : "idle     ") << ": Vorrik " << spread(vorrik)
         << ", reference " << spread(reference) << "\n";
+  }
+  return out.str();
+}
+
+// Where the time after a flush went, per load, pooled: which CPU the receiver read each press
+// on against the one the clicker flushed it from, delivery split by that, and how long the X
+// server, the receiving thread and Vorrik's own threads waited for a CPU, per click.
+std::string formatPlacement(const std::vector<PairedRound>& rounds) {
+  std::ostringstream out;
+  out << "Placement and run-queue waits, pooled (same CPU: presses read on the CPU they were "
+         "flushed from;\ndelivery p99 on the same / another CPU, ms; waits in us per click):\n";
+  for (const bool busy : {false, true}) {
+    for (const bool vorrikSide : {true, false}) {
+      std::vector<double> same;
+      std::vector<double> other;
+      std::map<std::string, double> waits;
+      int counted = 0;
+      for (const PairedRound& r : rounds) {
+        if (r.busyCore != busy) {
+          continue;
+        }
+        const ClickerRun& c = vorrikSide ? r.vorrik : r.reference;
+        for (std::size_t i = 0; i < c.sameCpu.size(); ++i) {
+          (c.sameCpu[i] ? same : other).push_back(c.deliveryMs[i]);
+        }
+        for (const auto& [task, us] : c.waitUsPerClick) {
+          waits[task] += us;
+        }
+        ++counted;
+      }
+      if (counted == 0) {
+        continue;
+      }
+      char line[256];
+      const double total = static_cast<double>(same.size() + other.size());
+      std::snprintf(line, sizeof line, "  %-9s %-9s same CPU %5.1f%%, delivery p99 %.3f / %.3f;",
+                    busy ? "busy core" : "idle", vorrikSide ? "Vorrik" : "reference",
+                    total > 0 ? 100.0 * static_cast<double>(same.size()) / total : 0.0,
+                    percentile(same, 99), percentile(other, 99));
+      out << line;
+      for (const auto& [task, us] : waits) {
+        std::snprintf(line, sizeof line, " %s %.1f", task.c_str(), us / counted);
+        out << line;
+      }
+      out << "\n";
+    }
   }
   return out.str();
 }
@@ -338,6 +425,7 @@ int run(const Options& options) {
     std::cout << "\n"
               << formatRounds(results) << "\n"
               << formatDelivery(results.rounds) << "\n"
+              << formatPlacement(results.rounds) << "\n"
               << formatPooled(results, Targets{});
     std::cout.flush();
     for (const PairedRound& r : results.rounds) {

@@ -4,9 +4,12 @@
 // on stdout for the benchmark to read ("key value" lines).
 //   vorrik_bench_clicker --setting MS --clicks N [--idle-seconds S] [--no-spin]
 
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -105,6 +108,20 @@ int run(const Options& options) {
   }
   std::printf("clicks %lld\nshown %lld\n", static_cast<long long>(engine.sessionClicks()),
               static_cast<long long>(shown));
+  // The main thread runs the count reports; the timer's worker, the only other thread, clicks.
+  const SchedStat main = threadSchedStat(getpid());
+  SchedStat others;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    const pid_t tid = static_cast<pid_t>(std::stol(task.path().filename().string()));
+    if (tid != getpid()) {
+      others += threadSchedStat(getpid(), tid);
+    }
+  }
+  std::printf(
+      "sched_main %lld %lld %llu\nsched_worker %lld %lld %llu\n",
+      static_cast<long long>(main.run.count()), static_cast<long long>(main.wait.count()),
+      static_cast<unsigned long long>(main.slices), static_cast<long long>(others.run.count()),
+      static_cast<long long>(others.wait.count()), static_cast<unsigned long long>(others.slices));
   if (options.idleSeconds > 0) {
     // The stop's own cancel wakes the worker once; let that pass before counting.
     std::this_thread::sleep_for(std::chrono::milliseconds(100));

@@ -2,12 +2,13 @@
 // Preloaded into a clicker (LD_PRELOAD), it records when each button event leaves the program:
 // the return of the first XFlush or XSync after an XTestFakeButtonEvent, on CLOCK_MONOTONIC. It
 // changes nothing the clicker does. The times stay in memory and go to $VORRIK_FLUSH_LOG when
-// the process exits, as lines "press NS", "release NS", and "cpu FIRST_NS LAST_NS": the
-// process's CPU time at its first button event and at exit.
+// the process exits, as lines "press NS CPU", "release NS CPU" (CPU: where the flush returned), and
+// "cpu FIRST_NS LAST_NS": the process's CPU time at its first button event and at exit.
 
 #include <X11/Xlib.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sched.h>
 #include <unistd.h>
 
 #include <array>
@@ -21,6 +22,7 @@ namespace {
 
 struct Sent {
   std::int64_t at;
+  int cpu;
   bool press;
 };
 
@@ -49,7 +51,7 @@ void flushed() {
   const std::int64_t at = readClock(CLOCK_MONOTONIC);
   const std::size_t i = count.fetch_add(1);
   if (i < sent.size()) {
-    sent[i] = Sent{at, was == 1};
+    sent[i] = Sent{at, sched_getcpu(), was == 1};
   }
 }
 
@@ -64,8 +66,8 @@ __attribute__((destructor)) void writeLog() {
   }
   const std::size_t n = std::min(count.load(), sent.size());
   for (std::size_t i = 0; i < n; ++i) {
-    std::fprintf(file, "%s %lld\n", sent[i].press ? "press" : "release",
-                 static_cast<long long>(sent[i].at));
+    std::fprintf(file, "%s %lld %d\n", sent[i].press ? "press" : "release",
+                 static_cast<long long>(sent[i].at), sent[i].cpu);
   }
   std::fprintf(file, "cpu %lld %lld\n", static_cast<long long>(firstCpu.load()),
                static_cast<long long>(readClock(CLOCK_PROCESS_CPUTIME_ID)));

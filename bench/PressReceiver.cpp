@@ -6,7 +6,9 @@
 #include <X11/Xlib.h>
 #include <X11/extensions/XInput2.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/eventfd.h>
+#include <sys/socket.h>
 #include <unistd.h>
 #include <ctime>
 
@@ -74,6 +76,12 @@ std::unique_ptr<PressReceiver> PressReceiver::open(const char* display, std::str
 
 PressReceiver::PressReceiver(std::unique_ptr<Connection> connection)
     : connection_(std::move(connection)) {
+  ucred peer{};
+  socklen_t size = sizeof peer;
+  if (getsockopt(ConnectionNumber(connection_->display), SOL_SOCKET, SO_PEERCRED, &peer, &size) ==
+      0) {
+    serverPid_ = peer.pid;
+  }
   thread_ = std::thread([this] { run(); });
 }
 
@@ -84,6 +92,7 @@ PressReceiver::~PressReceiver() {
 }
 
 void PressReceiver::run() {
+  tid_.store(gettid());
   Display* dpy = connection_->display;
   std::array<pollfd, 2> fds{{{ConnectionNumber(dpy), POLLIN, 0}, {connection_->wake, POLLIN, 0}}};
   for (;;) {
@@ -102,8 +111,12 @@ void PressReceiver::run() {
       const bool press = cookie->evtype == XI_RawButtonPress;
       if ((press || cookie->evtype == XI_RawButtonRelease) &&
           static_cast<const XIRawEvent*>(cookie->data)->detail == kLeftButton) {
+        const int cpu = sched_getcpu();
         const std::lock_guard lock(mutex_);
         (press ? presses_ : releases_).push_back(readAt);
+        if (press) {
+          pressCpus_.push_back(cpu);
+        }
         changed_.notify_all();
       }
       XFreeEventData(dpy, cookie);
@@ -121,11 +134,17 @@ void PressReceiver::reset() {
   const std::lock_guard lock(mutex_);
   presses_.clear();
   releases_.clear();
+  pressCpus_.clear();
 }
 
 std::vector<std::chrono::nanoseconds> PressReceiver::presses() const {
   const std::lock_guard lock(mutex_);
   return presses_;
+}
+
+std::vector<int> PressReceiver::pressCpus() const {
+  const std::lock_guard lock(mutex_);
+  return pressCpus_;
 }
 
 std::vector<std::chrono::nanoseconds> PressReceiver::releases() const {

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <sys/types.h>
+
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -37,6 +40,12 @@ class PressReceiver {
   std::vector<std::chrono::nanoseconds> presses() const;
   // The releases since the last reset, likewise.
   std::vector<std::chrono::nanoseconds> releases() const;
+  // The CPU the thread read each press on, in the order of presses().
+  std::vector<int> pressCpus() const;
+  // The receiving thread's id, for the scheduler's counts of it.
+  pid_t threadId() const { return tid_.load(); }
+  // The X server's process, from its end of the connection; 0 when unknown.
+  pid_t serverPid() const { return serverPid_; }
   // Waits until at least count releases have been seen since the last reset; false on timeout.
   bool waitFor(std::size_t count, std::chrono::milliseconds timeout) const;
 
@@ -50,6 +59,9 @@ class PressReceiver {
   mutable std::condition_variable changed_;
   std::vector<std::chrono::nanoseconds> presses_;
   std::vector<std::chrono::nanoseconds> releases_;
+  std::vector<int> pressCpus_;
+  std::atomic<pid_t> tid_{0};
+  pid_t serverPid_ = 0;
   std::thread thread_;
 };
 

@@ -136,4 +136,27 @@ std::optional<long> statusKiB(const std::string& field) {
   return std::nullopt;
 }
 
+SchedStat& SchedStat::operator+=(const SchedStat& other) {
+  run += other.run;
+  wait += other.wait;
+  slices += other.slices;
+  return *this;
+}
+
+SchedStat SchedStat::operator-(const SchedStat& earlier) const {
+  return {run - earlier.run, wait - earlier.wait, slices - earlier.slices};
+}
+
+SchedStat threadSchedStat(pid_t pid, pid_t tid) {
+  std::ifstream file("/proc/" + std::to_string(pid) + "/task/" +
+                     std::to_string(tid == 0 ? pid : tid) + "/schedstat");
+  long long run = 0;
+  long long wait = 0;
+  unsigned long long slices = 0;
+  if (!(file >> run >> wait >> slices)) {
+    return {};
+  }
+  return {std::chrono::nanoseconds(run), std::chrono::nanoseconds(wait), slices};
+}
+
 }  // namespace vorrik::bench

@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -45,5 +46,17 @@ std::chrono::nanoseconds processCpuTime();
 
 // A line of /proc/self/status such as VmRSS, in KiB; nothing when it cannot be read.
 std::optional<long> statusKiB(const std::string& field);
+
+// What the scheduler counted for a task: time on a CPU, time runnable but waiting for one, and
+// how often it was switched in (/proc/.../schedstat).
+struct SchedStat {
+  std::chrono::nanoseconds run{0};
+  std::chrono::nanoseconds wait{0};
+  std::uint64_t slices = 0;
+  SchedStat& operator+=(const SchedStat& other);
+  SchedStat operator-(const SchedStat& earlier) const;
+};
+// One thread's counts (tid 0: the process's main thread); zero when it cannot be read.
+SchedStat threadSchedStat(pid_t pid, pid_t tid = 0);
 
 }  // namespace vorrik::bench

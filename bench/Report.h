@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,6 +20,12 @@ struct ClickerRun {
   // From each press leaving the program to the receiver reading it, in ms; empty when the two
   // places saw different numbers of presses.
   std::vector<double> deliveryMs;
+  // Per press, where delivery is known: whether the receiver read it on the CPU it left the
+  // clicker from.
+  std::vector<bool> sameCpu;
+  // Microseconds per click that tasks spent runnable but waiting for a CPU, by task ("X server",
+  // "receiver", and the clicker's own "main" and "worker" where it reports them).
+  std::map<std::string, double> waitUsPerClick;
 };
 
 // Vorrik and the reference clicking at the same time, each on its own X server.
