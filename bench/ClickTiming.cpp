@@ -238,6 +238,8 @@ class PairedBench {
       long long wait = 0;
       if (counts >> run >> wait) {
         r.vorrik.waitUsPerClick[thread] = perClick(std::chrono::nanoseconds(wait));
+        r.vorrik.waitUsPerClick[thread + std::string(" ran")] =
+            perClick(std::chrono::nanoseconds(run));
       }
     }
     return r;
@@ -322,7 +324,8 @@ std::string formatDelivery(const std::vector<PairedRound>& rounds) {
 std::string formatPlacement(const std::vector<PairedRound>& rounds) {
   std::ostringstream out;
   out << "Placement and run-queue waits, pooled (same CPU: presses read on the CPU they were "
-         "flushed from;\ndelivery p99 on the same / another CPU, ms; waits in us per click):\n";
+         "flushed from;\ndelivery p99 on the same / another CPU, ms; waits for a CPU, and "
+         "what Vorrik's threads ran, in us per click):\n";
   for (const bool busy : {false, true}) {
     for (const bool vorrikSide : {true, false}) {
       std::vector<double> same;

@@ -24,7 +24,8 @@ struct ClickerRun {
   // clicker from.
   std::vector<bool> sameCpu;
   // Microseconds per click that tasks spent runnable but waiting for a CPU, by task ("X server",
-  // "receiver", and the clicker's own "main" and "worker" where it reports them).
+  // "receiver", and the clicker's own "main" and "worker" where it reports them, with their time
+  // on a CPU as "main ran" and "worker ran").
   std::map<std::string, double> waitUsPerClick;
 };
 
