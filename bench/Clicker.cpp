@@ -2,7 +2,7 @@
 // Vorrik's click engine on its own, as the paired benchmark runs it next to the reference:
 // single left clicks at the cursor on $DISPLAY through the production ports, then a few facts
 // on stdout for the benchmark to read ("key value" lines).
-//   vorrik_bench_clicker --setting MS --clicks N [--idle-seconds S] [--no-spin]
+//   vorrik_bench_clicker --setting MS --clicks N [--idle-seconds S] [--no-spin] [--polled-main]
 
 #include <unistd.h>
 
@@ -30,6 +30,8 @@ struct Options {
   long clicks = 0;
   long idleSeconds = 0;
   posix::WorkerTimer::Options timer;
+  // How often the main thread looks for the engine's tasks when a post wakes nobody; 0: woken.
+  std::chrono::milliseconds mainPoll{0};
 };
 
 std::optional<long> number(const char* text) {
@@ -48,6 +50,8 @@ std::optional<Options> parse(int argc, char** argv) {
     std::optional<long> value;
     if (arg == "--no-spin") {
       options.timer.spin = false;
+    } else if (arg == "--polled-main") {
+      options.mainPoll = std::chrono::milliseconds(100);
     } else if (i + 1 < argc && (value = number(argv[i + 1]))) {
       ++i;
       if (arg == "--setting") {
@@ -78,8 +82,28 @@ const char* grantName(posix::RealtimeGrant grant) {
   return "none";
 }
 
+// The scheduler's counts of the main thread and of the others (the timer's worker) together.
+struct Sched {
+  SchedStat main;
+  SchedStat others;
+  Sched operator-(const Sched& earlier) const {
+    return {main - earlier.main, others - earlier.others};
+  }
+};
+
+Sched sched() {
+  Sched now{threadSchedStat(getpid()), {}};
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    const auto tid = static_cast<pid_t>(std::stol(task.path().filename().string()));
+    if (tid != getpid()) {
+      now.others += threadSchedStat(getpid(), tid);
+    }
+  }
+  return now;
+}
+
 int run(const Options& options) {
-  MainThreadQueue queue;
+  MainThreadQueue queue(options.mainPoll);
   x11::X11Trust trust;
   x11::X11Injector injector;
   posix::MonotonicSleeper sleeper(options.timer.spin);
@@ -98,7 +122,8 @@ int run(const Options& options) {
   engine.intervalMs = options.settingMs;
   engine.maxClicks = options.clicks;
   std::printf("realtime %s\n", grantName(worker.realtime()));
-
+  // From here on: the threads' start-up is no click's cost.
+  const Sched before = sched();
   engine.start();
   const auto limit = std::chrono::steady_clock::now() +
                      std::chrono::milliseconds((options.settingMs + 8) * options.clicks * 2) +
@@ -109,14 +134,7 @@ int run(const Options& options) {
   std::printf("clicks %lld\nshown %lld\n", static_cast<long long>(engine.sessionClicks()),
               static_cast<long long>(shown));
   // The main thread runs the count reports; the timer's worker, the only other thread, clicks.
-  const SchedStat main = threadSchedStat(getpid());
-  SchedStat others;
-  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-    const pid_t tid = static_cast<pid_t>(std::stol(task.path().filename().string()));
-    if (tid != getpid()) {
-      others += threadSchedStat(getpid(), tid);
-    }
-  }
+  const auto [main, others] = sched() - before;
   std::printf(
       "sched_main %lld %lld %llu\nsched_worker %lld %lld %llu\n",
       static_cast<long long>(main.run.count()), static_cast<long long>(main.wait.count()),
@@ -143,7 +161,7 @@ int main(int argc, char** argv) {
   if (!options) {
     std::fprintf(stderr,
                  "usage: vorrik_bench_clicker --setting MS --clicks N [--idle-seconds S] "
-                 "[--no-spin]\n");
+                 "[--no-spin] [--polled-main]\n");
     return 2;
   }
   return vorrik::bench::run(*options);

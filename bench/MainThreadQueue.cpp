@@ -10,7 +10,9 @@ void MainThreadQueue::post(std::function<void()> task) {
     const std::lock_guard lock(mutex_);
     tasks_.push_back(std::move(task));
   }
-  posted_.notify_one();
+  if (pollPeriod_.count() == 0) {
+    posted_.notify_one();
+  }
 }
 
 bool MainThreadQueue::runUntil(const std::function<bool()>& done,
@@ -19,6 +21,11 @@ bool MainThreadQueue::runUntil(const std::function<bool()>& done,
     std::function<void()> task;
     {
       std::unique_lock lock(mutex_);
+      if (pollPeriod_.count() > 0) {
+        while (tasks_.empty() && std::chrono::steady_clock::now() < deadline) {
+          posted_.wait_for(lock, pollPeriod_);
+        }
+      }
       if (!posted_.wait_until(lock, deadline, [&] { return !tasks_.empty(); })) {
         return done();
       }

@@ -15,6 +15,9 @@ namespace vorrik::bench {
 // order, while the main thread sits in runUntil().
 class MainThreadQueue final : public MainQueue {
  public:
+  // With a poll period, posting wakes nobody: the main thread looks for tasks that often, as a
+  // main thread that is told nothing per click would.
+  explicit MainThreadQueue(std::chrono::milliseconds pollPeriod = {}) : pollPeriod_(pollPeriod) {}
   void post(std::function<void()> task) override;
 
   // Runs tasks as they arrive until done() holds after a task or deadline passes; whether done()
@@ -25,6 +28,7 @@ class MainThreadQueue final : public MainQueue {
   std::mutex mutex_;
   std::condition_variable posted_;
   std::deque<std::function<void()>> tasks_;
+  std::chrono::milliseconds pollPeriod_;
 };
 
 }  // namespace vorrik::bench
