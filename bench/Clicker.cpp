@@ -106,7 +106,7 @@ int run(const Options& options) {
   MainThreadQueue queue(options.mainPoll);
   x11::X11Trust trust;
   x11::X11Injector injector;
-  posix::MonotonicSleeper sleeper(options.timer.spin);
+  posix::MonotonicSleeper sleeper;
   posix::SystemRandom random;
   auto timer = std::make_unique<posix::WorkerTimer>(options.timer);
   posix::WorkerTimer& worker = *timer;

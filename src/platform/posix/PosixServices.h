@@ -90,12 +90,13 @@ class WorkerTimer final : public OneShotTimer {
   std::thread worker_;
 };
 
-// Pauses with clock_nanosleep on CLOCK_MONOTONIC against an absolute deadline, waking early by
-// its learnt lead and spinning the rest (at most WakeLead::kMax), so that a pause never ends
-// before its length and rarely much after.
+// Pauses with clock_nanosleep on CLOCK_MONOTONIC against an absolute deadline, so that a pause
+// never ends before its length. With spin it wakes early by its learnt lead and spins the rest
+// (at most WakeLead::kMax), to end rarely much after; the pauses inside a click go without:
+// periods are timed from each press, and a spin there cost CPU for a hold no receiver times.
 class MonotonicSleeper final : public Sleeper {
  public:
-  explicit MonotonicSleeper(bool spin = true) : spin_(spin) {}
+  explicit MonotonicSleeper(bool spin = false) : spin_(spin) {}
   void sleepFor(std::chrono::microseconds duration) override;
 
  private:

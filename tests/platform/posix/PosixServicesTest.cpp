@@ -119,12 +119,14 @@ TEST(WorkerTimer, AnIdleTimerNeverWakesUp) {
   EXPECT_EQ(timer.wakeups(), before);
 }
 
-TEST(MonotonicSleeper, SleepsItsDurationEvenWhenSignalled) {
+class SleeperModes : public ::testing::TestWithParam<bool> {};
+
+TEST_P(SleeperModes, SleepsItsDurationEvenWhenSignalled) {
   struct sigaction ignore {};
   ignore.sa_handler = [](int) {};  // no SA_RESTART: the sleep returns EINTR
   struct sigaction previous {};
   sigaction(SIGUSR1, &ignore, &previous);
-  MonotonicSleeper sleeper;
+  MonotonicSleeper sleeper(GetParam());
   Clock::duration slept{};
   std::thread sleeping([&] {
     const auto begin = Clock::now();
@@ -143,6 +145,9 @@ TEST(MonotonicSleeper, SleepsItsDurationEvenWhenSignalled) {
   sleeper.sleepFor(-5s);
   EXPECT_LT(Clock::now() - begin, 1s);
 }
+
+INSTANTIATE_TEST_SUITE_P(MonotonicSleeper, SleeperModes, ::testing::Bool(),
+                         [](const auto& info) { return info.param ? "spinning" : "sleeping"; });
 
 TEST(WakeLead, SettlesWhereFourWakesInFiveAreEarlyWithinItsBounds) {
   using namespace std::chrono;
