@@ -57,7 +57,8 @@ void usage() {
          "         [--runs N] [--no-spin] [--polled-main]\n"
          "  --runs N    N runs back to back, then each run's pooled ratios and their minimum\n"
          "  --no-spin   the engine's timer without its early wake and final spin\n"
-         "  --polled-main  no main-thread wake-up per click: it looks for the count every 100 ms\n";
+         "  --polled-main  no main-thread wake-up per click: it looks for the count once a "
+         "second\n";
 }
 
 std::optional<Options> parse(int argc, char** argv) {

@@ -51,7 +51,7 @@ std::optional<Options> parse(int argc, char** argv) {
     if (arg == "--no-spin") {
       options.timer.spin = false;
     } else if (arg == "--polled-main") {
-      options.mainPoll = std::chrono::milliseconds(100);
+      options.mainPoll = std::chrono::seconds(1);
     } else if (i + 1 < argc && (value = number(argv[i + 1]))) {
       ++i;
       if (arg == "--setting") {
