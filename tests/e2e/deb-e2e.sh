@@ -23,11 +23,13 @@ appstreamcli validate --pedantic --no-net "$share/metainfo/org.vorrik.Vorrik.met
 
 export TMPDIR="$scratch" XDG_CONFIG_HOME="$scratch" XDG_RUNTIME_DIR="$scratch" QT_QPA_PLATFORM=xcb
 chmod 700 "$scratch"
+# The session runs a new shell: it gets the checks it needs from this one.
+export -f within has_keyboard
 "$2" -- bash -c '"$1" & app=$!
   for _ in $(seq 200); do xdotool search --onlyvisible --name "^Vorrik$" && break; sleep 0.05; done
   xdotool search --onlyvisible --name "^Vorrik$" || exit 1
   # Ctrl+Q reaches the panel only once it holds the keyboard.
-  for _ in $(seq 100); do [ "$(xdotool getwindowfocus)" = "$(xdotool search --onlyvisible --name "^Vorrik$")" ] && break; sleep 0.05; done
+  within 5 has_keyboard
   xdotool key ctrl+q
   wait "$app"' _ "$root/usr/bin/vorrik" >/dev/null || fail "the unpacked binary did not run and quit"
 echo PASS

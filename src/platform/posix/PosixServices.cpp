@@ -141,18 +141,13 @@ void MonotonicSleeper::sleepFor(std::chrono::microseconds duration) {
     return;
   }
   const Clock::time_point target = Clock::now() + duration;
-  const Clock::time_point early = spin_ ? target - lead_.lead() : target;
-  const auto wake = std::chrono::duration_cast<std::chrono::nanoseconds>(early.time_since_epoch());
+  const auto wake = std::chrono::duration_cast<std::chrono::nanoseconds>(target.time_since_epoch());
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(wake);
   timespec deadline{};
   deadline.tv_sec = static_cast<time_t>(seconds.count());
   deadline.tv_nsec = static_cast<long>((wake - seconds).count());
   // An absolute deadline makes a signal-interrupted sleep resume without drifting.
   while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {
-  }
-  if (spin_) {
-    lead_.record(target, Clock::now());
-    spinUntil(target);
   }
 }
 

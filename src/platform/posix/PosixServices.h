@@ -91,17 +91,11 @@ class WorkerTimer final : public OneShotTimer {
 };
 
 // Pauses with clock_nanosleep on CLOCK_MONOTONIC against an absolute deadline, so that a pause
-// never ends before its length. With spin it wakes early by its learnt lead and spins the rest
-// (at most WakeLead::kMax), to end rarely much after; the pauses inside a click go without:
-// periods are timed from each press, and a spin there cost CPU for a hold no receiver times.
+// never ends before its length. It does not spin as the timer does: the pauses inside a click
+// are timed by no receiver, and periods count from each press.
 class MonotonicSleeper final : public Sleeper {
  public:
-  explicit MonotonicSleeper(bool spin = false) : spin_(spin) {}
   void sleepFor(std::chrono::microseconds duration) override;
-
- private:
-  const bool spin_;
-  WakeLead lead_;
 };
 
 // The C library's CSPRNG (arc4random_uniform): uniform without modulo bias.

@@ -119,14 +119,12 @@ TEST(WorkerTimer, AnIdleTimerNeverWakesUp) {
   EXPECT_EQ(timer.wakeups(), before);
 }
 
-class SleeperModes : public ::testing::TestWithParam<bool> {};
-
-TEST_P(SleeperModes, SleepsItsDurationEvenWhenSignalled) {
+TEST(MonotonicSleeper, SleepsItsDurationEvenWhenSignalled) {
   struct sigaction ignore {};
   ignore.sa_handler = [](int) {};  // no SA_RESTART: the sleep returns EINTR
   struct sigaction previous {};
   sigaction(SIGUSR1, &ignore, &previous);
-  MonotonicSleeper sleeper(GetParam());
+  MonotonicSleeper sleeper;
   Clock::duration slept{};
   std::thread sleeping([&] {
     const auto begin = Clock::now();
@@ -145,9 +143,6 @@ TEST_P(SleeperModes, SleepsItsDurationEvenWhenSignalled) {
   sleeper.sleepFor(-5s);
   EXPECT_LT(Clock::now() - begin, 1s);
 }
-
-INSTANTIATE_TEST_SUITE_P(MonotonicSleeper, SleeperModes, ::testing::Bool(),
-                         [](const auto& info) { return info.param ? "spinning" : "sleeping"; });
 
 TEST(WakeLead, SettlesWhereFourWakesInFiveAreEarlyWithinItsBounds) {
   using namespace std::chrono;
