@@ -174,9 +174,11 @@ void ClickEngine::tick(std::uint64_t generation) {
 }
 
 void ClickEngine::armFromPress() {
-  // The first press of the tick has just left: the next tick is armed with the delay counted
+  // The first press of the tick is about to leave: the next tick is armed with the delay counted
   // from when this tick is meant to end, measured from that press. Neither a late pause nor a
   // slow post inside the tick then lengthens the period, and no period is shorter than meant.
+  // Armed before the press rather than after it: on a busy machine the compositor that receives
+  // the press may run first, and the clicker only returns once it has handled it.
   if (const auto arm = std::exchange(pendingArm_, std::nullopt)) {
     schedule(arm->generation, arm->tickLength);
   }
@@ -228,14 +230,12 @@ std::optional<ClickPoint> ClickEngine::nextPoint() {
 bool ClickEngine::post(std::optional<ClickPoint> at) {
   const ClickType type = clickType.load();
   const MouseButton button = type == ClickType::right ? MouseButton::right : MouseButton::left;
-  // The press arms the next tick; the pauses are the sleeper's.
+  // The first press arms the next tick; the pauses are the sleeper's.
   struct Pacing final : ClickPacing {
     ClickEngine& engine;
     explicit Pacing(ClickEngine& owner) : engine(owner) {}
-    void hold() override {
-      engine.armFromPress();
-      engine.ports_.sleeper.sleepFor(kDownToUp);
-    }
+    void press() override { engine.armFromPress(); }
+    void hold() override { engine.ports_.sleeper.sleepFor(kDownToUp); }
     void gap() override { engine.ports_.sleeper.sleepFor(kDoubleGap); }
   } pacing(*this);
   const std::lock_guard click(clickMutex_);

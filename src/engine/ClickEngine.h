@@ -116,7 +116,7 @@ class ClickEngine {
   std::optional<std::uint64_t> awaiting_;
   // Held by the worker from a click's press to its release.
   std::mutex clickMutex_;
-  // The next tick's arming, held by a tick until its first press has been posted; worker only.
+  // The next tick's arming, held by a tick until its first press is posted; worker only.
   struct PendingArm {
     std::uint64_t generation;
     std::chrono::microseconds tickLength;

@@ -26,14 +26,16 @@ struct MouseEvent {
 class ClickPacing {
  public:
   virtual ~ClickPacing() = default;
+  // Right before each press is posted.
+  virtual void press() = 0;
   // Right after each press: lasts as long as the press is held.
   virtual void hold() = 0;
   // Between the two presses of a double click.
   virtual void gap() = 0;
 };
 
-// Every click's shape: `count` presses, each released after pacing.hold(), pacing.gap() between
-// them; post(event) posts one of the events.
+// Every click's shape: `count` presses, each announced by pacing.press() and released after
+// pacing.hold(), pacing.gap() between them; post(event) posts one of the events.
 template <typename Post>
 void postPresses(MouseButton button, std::optional<ClickPoint> at, int count, ClickPacing& pacing,
                  Post&& post) {
@@ -41,6 +43,7 @@ void postPresses(MouseButton button, std::optional<ClickPoint> at, int count, Cl
     if (state > 1) {
       pacing.gap();
     }
+    pacing.press();
     post(MouseEvent{MouseAction::down, button, at, state});
     pacing.hold();
     post(MouseEvent{MouseAction::up, button, at, state});

@@ -27,6 +27,7 @@ class GatedInjector final : public EventInjector {
       GatedInjector& owner;
       ClickPacing& inner;
       Gated(GatedInjector& o, ClickPacing& i) : owner(o), inner(i) {}
+      void press() override { inner.press(); }
       void hold() override {
         owner.wait();
         inner.hold();

@@ -18,6 +18,7 @@ using namespace std::chrono_literals;
 using e2e::WaylandButton;
 
 struct NoPacing final : ClickPacing {
+  void press() override {}
   void hold() override {}
   void gap() override {}
 };

@@ -157,6 +157,7 @@ class WlrootsDesktopTest : public QObject {
 
   void click(MouseButton button, ClickPoint at) {
     struct : ClickPacing {
+      void press() override {}
       void hold() override {}
       void gap() override {}
     } pacing;
