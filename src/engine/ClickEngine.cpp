@@ -2,6 +2,7 @@
 #include "engine/ClickEngine.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 #include "engine/Targets.h"
@@ -79,6 +80,8 @@ std::uint64_t ClickEngine::begin() {
   }
   sessionClicks_.store(0);
   pointIndex_.store(0);
+  unreported_.store(std::numeric_limits<std::int64_t>::max() / 2);
+  shown_ = 0;
   return generation;
 }
 
@@ -109,6 +112,7 @@ void ClickEngine::stop(std::optional<std::string> reason) {
       timer_->cancel();
     }
   }
+  showCount();
   if (onStop) {
     onStop(reason);
   }
@@ -165,7 +169,11 @@ void ClickEngine::tick(std::uint64_t generation) {
   const std::int64_t counted = std::min<std::int64_t>(count, 1'000'000);
   pendingArm_ = PendingArm{
       generation, counted * (click + (count >= 2 ? kBurstGap : std::chrono::microseconds{}))};
-  fire(generation, count);
+  const std::chrono::milliseconds interval{
+      std::clamp(intervalMs.load(), kIntervalFloorMs, kMaxDelayMs)};
+  // A tick's last count waits for no later click when the next tick is far off.
+  fire(generation, count, count >= 2 ? click + kBurstGap : click + interval,
+       interval >= kReportSpacing);
   // No press went out (no target, or the run is over): the delay counts from now.
   if (pendingArm_) {
     pendingArm_.reset();
@@ -184,7 +192,8 @@ void ClickEngine::armFromPress() {
   }
 }
 
-void ClickEngine::fire(std::uint64_t generation, std::int64_t count) {
+void ClickEngine::fire(std::uint64_t generation, std::int64_t count,
+                       std::chrono::microseconds spacing, bool tellLast) {
   for (std::int64_t i = 0; i < count; ++i) {
     const std::int64_t limit = maxClicks.load();
     if (limit >= 1 && sessionClicks_.load() >= limit) {
@@ -209,7 +218,7 @@ void ClickEngine::fire(std::uint64_t generation, std::int64_t count) {
       return;
     }
     sessionClicks_.fetch_add(1);
-    reportCount();
+    reportCount(spacing, tellLast && i + 1 == count);
     if (count >= 2) {
       ports_.sleeper.sleepFor(kBurstGap);
     }
@@ -242,17 +251,31 @@ bool ClickEngine::post(std::optional<ClickPoint> at) {
   return ports_.injector.click(button, at, type == ClickType::double_ ? 2 : 1, pacing);
 }
 
-void ClickEngine::reportCount() {
+void ClickEngine::reportCount(std::chrono::microseconds spacing, bool now) {
+  const std::int64_t every = (kReportSpacing + spacing - std::chrono::microseconds(1)) / spacing;
+  if (unreported_.fetch_add(1) + 1 < every && !now) {
+    return;
+  }
+  unreported_.store(0);
   // The queued report reads the count when it runs, so it carries every click made until then.
   if (countQueued_.exchange(true)) {
     return;
   }
   postTask([](ClickEngine& engine) {
     engine.countQueued_.store(false);
-    if (engine.onTick) {
-      engine.onTick(engine.sessionClicks_.load());
-    }
+    engine.showCount();
   });
+}
+
+void ClickEngine::showCount() {
+  const std::int64_t count = sessionClicks_.load();
+  if (count == shown_) {
+    return;
+  }
+  shown_ = count;
+  if (onTick) {
+    onTick(count);
+  }
 }
 
 void ClickEngine::postTask(std::function<void(ClickEngine&)> task) {

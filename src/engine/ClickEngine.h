@@ -43,6 +43,9 @@ class ClickEngine {
   static constexpr std::chrono::microseconds kBurstGap{15000};
   static constexpr std::int64_t kIntervalFloorMs = 50;
   static constexpr std::int64_t kMinDelayMs = 20;
+  // Count reports come at most about this often: a faster count is no easier to read, and each
+  // report wakes the main thread.
+  static constexpr std::chrono::milliseconds kReportSpacing{200};
 
   ClickEngine(Ports ports, std::unique_ptr<OneShotTimer> timer);
   // Stops the worker: a tick in progress finishes first, none follows.
@@ -63,8 +66,9 @@ class ClickEngine {
   std::int64_t sessionClicks() const { return sessionClicks_.load(); }
   std::int64_t pointIndex() const { return pointIndex_.load(); }
 
-  // Told the latest click count on the main thread after clicks: at most one report is queued at
-  // a time, so clicks made meanwhile share it; the last click of a run is always reported.
+  // Told the latest click count on the main thread after clicks, about every kReportSpacing or
+  // after every click when clicks are further apart; at most one report is queued at a time, so
+  // clicks made meanwhile share it. The run's last count is told before its onStop.
   std::function<void(std::int64_t)> onTick;
   // Told that a run ended or could not begin, with its reason text, on the main thread.
   std::function<void(const std::optional<std::string>&)> onStop;
@@ -93,14 +97,21 @@ class ClickEngine {
   // Arms the next tick: a delay after tickLength from now.
   void schedule(std::uint64_t generation, std::chrono::microseconds tickLength);
   void tick(std::uint64_t generation);
-  void fire(std::uint64_t generation, std::int64_t count);
+  // Makes count clicks; spacing is how far apart they come, for the count reports, and tellLast
+  // reports the last of them whatever the spacing.
+  void fire(std::uint64_t generation, std::int64_t count, std::chrono::microseconds spacing,
+            bool tellLast);
   // The next point of the list; nothing (the list is empty) means at the pointer.
   std::optional<ClickPoint> nextPoint();
   // Posts one click; false when the injector could not click there.
   bool post(std::optional<ClickPoint> at);
   void armFromPress();
   void postTask(std::function<void(ClickEngine&)> task);
-  void reportCount();
+  // Queues a count report when enough clicks have gone unreported to fill kReportSpacing at
+  // this spacing between clicks, or now.
+  void reportCount(std::chrono::microseconds spacing, bool now);
+  // Tells the owner the count unless it has already been told it; main thread.
+  void showCount();
 
   Ports ports_;
   // Held while the timer is armed or cancelled and the generation moves, so that a late tick
@@ -124,6 +135,10 @@ class ClickEngine {
   std::optional<PendingArm> pendingArm_;
   // Set while a count report is queued on the main thread and has not yet read the count.
   std::atomic<bool> countQueued_{false};
+  // Clicks since the last queued report; a run starts high, so its first click is reported.
+  std::atomic<std::int64_t> unreported_{0};
+  // The count the owner was last told; main thread only.
+  std::int64_t shown_ = 0;
   // Main-thread tasks hold this weakly and do nothing once the engine is gone.
   std::shared_ptr<ClickEngine*> self_;
 };

@@ -63,7 +63,9 @@ TEST_F(EngineTest, NewEngineClicksLeftOncePerTickAtTheCursorEvery120msWithoutLim
   for (const MouseEvent& e : rig.injector.events()) {
     EXPECT_EQ(e, (MouseEvent{e.action, MouseButton::left, std::nullopt, 1})) << "at the pointer";
   }
-  EXPECT_EQ(rig.log.back(), "tick 30");
+  engine.stop(std::nullopt);
+  EXPECT_EQ(rig.log.back(), "stop -");
+  EXPECT_EQ(rig.log.end()[-2], "tick 30") << "the last count reaches the owner before the stop";
 }
 
 struct DelayCase {
@@ -373,6 +375,56 @@ TEST_F(EngineTest, CountReportsCoalesceWhileQueuedAndReachTheOwnerBeforeTheStop)
   EXPECT_EQ(rig.log, (std::vector<std::string>{"tick 3", "tick 4", "stop -"}));
   EXPECT_EQ(engine.sessionClicks(), 4);
 }
+
+// The count reports of twelve ticks, the main thread running its tasks after each tick: clicks
+// closer than the report spacing share reports, and the first click of a run is always told.
+struct ReportCase {
+  const char* name;
+  std::int64_t intervalMs;
+  std::int64_t burst;
+  std::vector<std::string> log;
+};
+class Reports : public WithRig<::testing::TestWithParam<ReportCase>> {};
+
+TEST_P(Reports, ComeAboutFiveTimesASecondAtMostAndTheLastBeforeTheStop) {
+  engine.intervalMs = GetParam().intervalMs;
+  engine.burst = GetParam().burst;
+  engine.start();
+  for (int i = 0; i < 12; ++i) {
+    ASSERT_TRUE(rig.tick());
+  }
+  engine.stop("Stopped");
+  EXPECT_EQ(rig.log, GetParam().log);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Engine, Reports,
+    ::testing::Values(
+        // 200 ms apart or more: every click.
+        ReportCase{"Every192ms",
+                   192,
+                   0,
+                   {"tick 1", "tick 2", "tick 3", "tick 4", "tick 5", "tick 6", "tick 7", "tick 8",
+                    "tick 9", "tick 10", "tick 11", "tick 12", "stop Stopped"}},
+        // 128 ms: every second click; 58 ms: every fourth.
+        ReportCase{"Every120ms",
+                   120,
+                   0,
+                   {"tick 1", "tick 3", "tick 5", "tick 7", "tick 9", "tick 11", "tick 12",
+                    "stop Stopped"}},
+        ReportCase{"Every50ms", 50, 0, {"tick 1", "tick 5", "tick 9", "tick 12", "stop Stopped"}},
+        // A burst's clicks are 23 ms apart: every ninth (read when the tick is over), and each
+        // tick's last when the next tick is 200 ms off or more.
+        ReportCase{"BurstsOf3Every50ms",
+                   50,
+                   3,
+                   {"tick 3", "tick 12", "tick 21", "tick 30", "tick 36", "stop Stopped"}},
+        ReportCase{"BurstsOf3Every1s",
+                   1000,
+                   3,
+                   {"tick 3", "tick 6", "tick 9", "tick 12", "tick 15", "tick 18", "tick 21",
+                    "tick 24", "tick 27", "tick 30", "tick 33", "tick 36", "stop Stopped"}}),
+    [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(EngineTest, TasksQueuedForADestroyedEngineDoNothing) {
   engine.maxClicks = 1;
