@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <atomic>
 #include <mutex>
+#include <optional>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -72,8 +73,18 @@ class LibeiPointer final : public EisPointer, public std::enable_shared_from_thi
     if (device == nullptr) {
       return false;
     }
-    ei_device_pointer_motion_absolute(device, layout.x, layout.y);
-    ei_device_frame(device, ei_now(context_));
+    // Onto another monitor by way of a point clear of the edges' barriers, as a hand would go,
+    // then to the point twice: a barrier lets a pointer through short of where it was sent, and
+    // where a hand has moved the pointer since the last click, it may be on another monitor.
+    if (const auto via = crossingPoint(regions_, sent_, layout)) {
+      ei_device_pointer_motion_absolute(device, via->x, via->y);
+      ei_device_frame(device, ei_now(context_));
+    }
+    for (int i = 0; i < 2; ++i) {
+      ei_device_pointer_motion_absolute(device, layout.x, layout.y);
+      ei_device_frame(device, ei_now(context_));
+    }
+    sent_ = layout;
     flush();
     return true;
   }
@@ -269,6 +280,8 @@ class LibeiPointer final : public EisPointer, public std::enable_shared_from_thi
   ei* context_;  // guarded by mutex_, as is everything below but the handlers
   std::vector<Device> devices_;
   std::vector<EisRegion> regions_;
+  // Where the last motion put the pointer, unless a hand has moved it since.
+  std::optional<ClickPoint> sent_;
   uint32_t sequence_ = 0;
   bool ready_ = false;
   Handlers handlers_;      // main thread

@@ -79,5 +79,47 @@ TEST(PortalEisRegions, ReadsXwaylandsScaleFromItsRootAgainstTheLayout) {
   }
 }
 
+TEST(PortalEisRegions, CrossesToAnotherMonitorClearOfItsEdges) {
+  // A narrow monitor right of a 1280x800 one, and two that touch only at a corner.
+  constexpr std::array narrow{EisRegion{0, 0, 1280, 800}, EisRegion{1280, 0, 300, 200}};
+  constexpr std::array corner{EisRegion{0, 0, 100, 100}, EisRegion{100, 100, 100, 100}};
+  struct CrossCase {
+    const char* what;
+    std::span<const EisRegion> regions;
+    std::optional<ClickPoint> from;
+    ClickPoint to;
+    std::optional<ClickPoint> expected;
+  };
+  const std::array cases{
+      CrossCase{"same monitor", kSideBySide, ClickPoint{0, 0}, {1919, 1079}, std::nullopt},
+      CrossCase{"to no monitor", kSideBySide, ClickPoint{0, 0}, {2000, 900}, std::nullopt},
+      CrossCase{"right, from a corner",
+                kSideBySide,
+                ClickPoint{1919, 1079},
+                {1920, 799},
+                ClickPoint{2170, 400}},
+      CrossCase{"left", kSideBySide, ClickPoint{3199, 0}, {0, 1079}, ClickPoint{1670, 400}},
+      CrossCase{"down", kStacked, ClickPoint{200, 0}, {0, 1799}, ClickPoint{840, 970}},
+      CrossCase{"up", kStacked, ClickPoint{1919, 1799}, {1479, 719}, ClickPoint{840, 470}},
+      CrossCase{"half into a narrow monitor",
+                narrow,
+                ClickPoint{0, 799},
+                {1579, 199},
+                ClickPoint{1430, 100}},
+      CrossCase{
+          "pointer unknown: the centre", kSideBySide, std::nullopt, {0, 0}, ClickPoint{960, 540}},
+      CrossCase{"pointer off every monitor",
+                kSideBySide,
+                ClickPoint{2000, 900},
+                {1920, 0},
+                ClickPoint{2560, 400}},
+      CrossCase{
+          "no shared edge: the centre", corner, ClickPoint{0, 0}, {199, 199}, ClickPoint{150, 150}},
+  };
+  for (const CrossCase& c : cases) {
+    EXPECT_EQ(crossingPoint(c.regions, c.from, c.to), c.expected) << c.what;
+  }
+}
+
 }  // namespace
 }  // namespace vorrik::portal
