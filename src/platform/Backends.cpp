@@ -22,7 +22,13 @@ std::string_view wayland(const Session& /*session*/) {
 // so that neither includes the other.
 std::unique_ptr<Desktop> openPortal(const Session& session) {
   return portal::openDesktop(session, [](std::function<bool()> reachesEveryMonitor) {
-    return x11::X11PickCover::open(std::move(reachesEveryMonitor));
+    auto cover = x11::X11PickCover::open(std::move(reachesEveryMonitor));
+    if (!cover) {
+      return portal::XwaylandCover{};
+    }
+    // The desktop owns the cover, and asks it only while it has it.
+    auto rootSize = [raw = cover.get()] { return raw->rootSize(); };
+    return portal::XwaylandCover{std::move(cover), std::move(rootSize)};
   });
 }
 

@@ -39,6 +39,9 @@
 #include "platform/portal/GnomeShortcut.h"
 #include "platform/posix/PosixServices.h"
 
+// Last: Xlib defines macros that other headers must not meet.
+#include <X11/Xlib.h>
+
 namespace vorrik {
 namespace {
 
@@ -120,6 +123,26 @@ QList<QRect> monitors() {
   return all;
 }
 
+// Xwayland's root pixels per layout pixel, which picks and a run's points are given in: the
+// largest monitor scale where Xwayland scales natively (KDE Plasma's default with a scaled
+// monitor), else 1; 0 when there is no X display. Read from the root's size.
+double rootScale(const QList<QRect>& monitors) {
+  Display* display = XOpenDisplay(nullptr);
+  if (display == nullptr || monitors.empty()) {
+    return 0;
+  }
+  const int width = DisplayWidth(display, DefaultScreen(display));
+  const int height = DisplayHeight(display, DefaultScreen(display));
+  XCloseDisplay(display);
+  QRect layout;
+  for (const QRect& monitor : monitors) {
+    layout = layout.united(monitor);
+  }
+  const int scale = width / layout.width();
+  return scale >= 1 && width == scale * layout.width() && height == scale * layout.height() ? scale
+                                                                                            : 1;
+}
+
 }  // namespace
 
 class PortalClicksTest : public QObject {
@@ -143,6 +166,8 @@ class PortalClicksTest : public QObject {
     monitors_ = monitors();
     QCOMPARE(int(monitors_.size()), std::max(1, qEnvironmentVariableIntValue("VORRIK_MONITORS")));
     QCOMPARE(monitors_.front(), QRect(0, 0, 1280, 800));
+    rootScale_ = rootScale(monitors_);
+    QVERIFY2(rootScale_ > 0, "no Xwayland to tell the root's size");
     for (qsizetype i = monitors_.size() - 1; i >= 0; --i) {
       auto receiver = std::make_unique<LineChild>(
           qEnvironmentVariable("VORRIK_WAYLAND_RECEIVER"),
@@ -282,10 +307,10 @@ class PortalClicksTest : public QObject {
     for (std::size_t k = 0; k < first.size(); ++k) {
       for (qsizetype m = 0; m < monitors_.size(); ++m) {
         const QPoint at = (monitors_[m].*(m == 0 ? first[k] : next[k]))();
-        points.push_back({double(at.x()), double(at.y())});
+        points.push_back(toRoot(at));
       }
     }
-    points.insert(points.begin() + 2, {640.4, 400.6});
+    points.insert(points.begin() + 2, toRoot(QPointF(640.4, 400.6)));
     const int count = int(points.size()) + 3;
     run(ClickType::left, count, 100, points);
     // Each receiver in its own order: two processes' clocks order lines only roughly.
@@ -299,7 +324,8 @@ class PortalClicksTest : public QObject {
       }
       for (int i = 0; i < count; ++i) {
         const ClickPoint& at = points[std::size_t(i) % points.size()];
-        const QPointF pixel(std::round(at.x), std::round(at.y));
+        // Where the injector puts a root pixel: taken whole, then in layout pixels.
+        const QPointF pixel(std::round(at.x) / rootScale_, std::round(at.y) / rootScale_);
         if (monitors_[m].contains(pixel.toPoint())) {
           expected.push_back(pixel);
         }
@@ -319,7 +345,7 @@ class PortalClicksTest : public QObject {
     // A run at a point leaves the pointer there; the next run clicks at the cursor.
     QFETCH(QRect, monitor);
     const QPoint at = monitor.center() + QPoint(monitor.width() / 5, monitor.height() / 5);
-    run(ClickType::left, 1, 100, {{double(at.x()), double(at.y())}});
+    run(ClickType::left, 1, 100, {toRoot(at)});
     run(ClickType::right, 3, 600, {});
     const std::vector<Seen> events = seen();
     QCOMPARE(events.size(), 6U);
@@ -612,13 +638,18 @@ class PortalClicksTest : public QObject {
     waitForDialogGone();
   }
 
+  // A layout point as a run's point, in Xwayland's root pixels.
+  [[nodiscard]] ClickPoint toRoot(QPointF layout) const {
+    return {layout.x() * rootScale_, layout.y() * rootScale_};
+  }
+
   // One left click at a point through the portal, whatever takes it.
   void clickOnce(QPoint at) {
     stops_.clear();
     engine_->clickType = ClickType::left;
     engine_->intervalMs = 100;
     engine_->maxClicks = 1;
-    engine_->points.assign(std::vector<ClickPoint>{{double(at.x()), double(at.y())}});
+    engine_->points.assign(std::vector<ClickPoint>{toRoot(at)});
     engine_->start();
     QTRY_VERIFY_WITH_TIMEOUT(!stops_.empty(), kTimeoutMs);
   }
@@ -692,6 +723,7 @@ class PortalClicksTest : public QObject {
   QWindow panel_;
   std::unique_ptr<Desktop> desktop_;
   QList<QRect> monitors_;
+  double rootScale_ = 1;
   std::vector<std::unique_ptr<LineChild>> receivers_;
   LineChild* receiver_ = nullptr;  // the first monitor's, which has the keyboard
   std::unique_ptr<LineChild> hand_;

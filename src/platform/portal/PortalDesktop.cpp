@@ -132,10 +132,13 @@ class PortalDesktop final : public qt::QtDesktop {
   PortalDesktop(unsigned version, const XwaylandPick& xwaylandPick)
       : session_(defaults(), version),
         trust_(session_, &parentWindow, qEnvironmentVariable("XDG_CURRENT_DESKTOP")),
-        injector_(session_),
-        // Through EIS the injector finds the monitor of any point itself.
-        cover_(xwaylandPick ? xwaylandPick([this] { return session_.eis() != nullptr; })
-                            : nullptr) {
+        injector_(session_) {
+    // Through EIS the injector finds the monitor of any point itself.
+    if (xwaylandPick) {
+      XwaylandCover cover = xwaylandPick([this] { return session_.eis() != nullptr; });
+      cover_ = std::move(cover.pick);
+      rootSize_ = std::move(cover.rootSize);
+    }
     session_.onDialog = [this](bool open) { yield_.dialog(open); };
     // Xwayland's cover shows the desktop under its tint and knows exact root coordinates; the
     // Wayland overlay, which GNOME draws over black, is for sessions without Xwayland.
@@ -194,22 +197,23 @@ class PortalDesktop final : public qt::QtDesktop {
       return;
     }
     injector_.setScreen(screen->geometry());
-    followRoot(screen);
+    followRoot();
     QObject::disconnect(screenWatch_);
     screenWatch_ = QObject::connect(screen, &QScreen::geometryChanged, &context_,
                                     [this, screen](const QRect& geometry) {
                                       injector_.setScreen(geometry);
-                                      followRoot(screen);
+                                      followRoot();
                                     });
+    // A monitor added or moved elsewhere changes the root, not the primary screen.
+    QObject::disconnect(layoutWatch_);
+    layoutWatch_ = QObject::connect(screen, &QScreen::virtualGeometryChanged, &context_,
+                                    [this] { followRoot(); });
   }
 
-  // Picks on the cover come in Xwayland's root pixels, which Qt on X shows as the virtual
-  // desktop divided by its device pixel ratio; the injector compares the root with the EIS
-  // layout to tell whether Xwayland scales natively. Overlay picks are in layout pixels.
-  void followRoot(const QScreen* screen) {
-    injector_.setRoot(cover_ ? (QSizeF(screen->virtualSize()) * screen->devicePixelRatio()).toSize()
-                             : QSize());
-  }
+  // Picks on the cover come in Xwayland's root pixels, whose size X itself tells whatever Qt's
+  // platform; the injector compares the root with the EIS layout to tell whether Xwayland
+  // scales natively. Overlay picks are in layout pixels.
+  void followRoot() { injector_.setRoot(rootSize_ ? rootSize_() : QSize()); }
 
   // Before what calls it, so that it outlives them.
   AboveYield yield_;
@@ -217,11 +221,13 @@ class PortalDesktop final : public qt::QtDesktop {
   PortalTrust trust_;
   PortalInjector injector_;
   std::unique_ptr<PointPick> cover_;
+  std::function<QSize()> rootSize_;  // the cover's, while it is Xwayland's
   std::optional<GnomeShortcut> shortcut_;
   std::optional<PortalShortcuts> keys_;
   bool missing_ = false;
   QObject context_;
   QMetaObject::Connection screenWatch_;
+  QMetaObject::Connection layoutWatch_;
 };
 
 }  // namespace

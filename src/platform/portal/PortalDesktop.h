@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QSize>
+
 #include <functional>
 #include <memory>
 #include <optional>
@@ -21,10 +23,15 @@ std::optional<std::string> unfit(const Session& session);
 // way; the portal's dialog can then also name the panel as its parent. Else Wayland's.
 std::string_view qtPlatform(const Session& session);
 
-// Makes a pick cover on Xwayland whose points are the root pixels the injector maps, told at
-// each pick whether the clicks reach every monitor; null where there is no Xwayland.
-using XwaylandPick =
-    std::function<std::unique_ptr<PointPick>(std::function<bool()> reachesEveryMonitor)>;
+// A pick cover on Xwayland, whose points are the root pixels the injector maps, and the root's
+// size, which the injector holds against the EIS layout to tell Xwayland's scale.
+struct XwaylandCover {
+  std::unique_ptr<PointPick> pick;
+  std::function<QSize()> rootSize;
+};
+// Makes the cover, told at each pick whether the clicks reach every monitor; an empty one where
+// there is no Xwayland.
+using XwaylandPick = std::function<XwaylandCover(std::function<bool()> reachesEveryMonitor)>;
 
 // Clicks through the portal's remote-desktop session, with the Qt main queue, settings,
 // languages and notifications; after the QApplication exists. Picks through the cover

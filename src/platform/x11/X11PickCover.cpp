@@ -102,6 +102,15 @@ void X11PickCover::start(Done done) {
       notifier_.get(), [this] { read(); }, Qt::QueuedConnection);
 }
 
+QSize X11PickCover::rootSize() const {
+  XWindowAttributes root{};
+  if (lost_ ||
+      XGetWindowAttributes(display_.get(), DefaultRootWindow(display_.get()), &root) == 0) {
+    return {};
+  }
+  return {root.width, root.height};
+}
+
 void X11PickCover::cancel() {
   done_ = nullptr;
   hide();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QRect>
+#include <QSize>
 
 #include <functional>
 #include <memory>
@@ -37,6 +38,8 @@ class X11PickCover final : public PointPick {
   // Covers the X root until the next click or Escape.
   void start(Done done) override;
   void cancel() override;
+  // The X root's size in pixels now, the space of the picked points; asks the server.
+  [[nodiscard]] QSize rootSize() const;
 
  private:
   X11PickCover() = default;
