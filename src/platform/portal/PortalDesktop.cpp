@@ -143,8 +143,7 @@ class PortalDesktop final : public qt::QtDesktop {
     // Xwayland's cover shows the desktop under its tint and knows exact root coordinates; the
     // Wayland overlay, which GNOME draws over black, is for sessions without Xwayland.
     if (!cover_) {
-      cover_ = std::make_unique<wayland::PickOverlay>(std::string{},
-                                                      wayland::PickOverlay::Reach::primaryScreen);
+      cover_ = std::make_unique<wayland::PickOverlay>(wayland::PickOverlay::Reach::primaryScreen);
     }
     // F6: the desktop's global-shortcuts portal where it has one (KDE Plasma, newer GNOME);
     // else, or once the desktop refuses it there, GNOME's own custom shortcut, offered to the
@@ -200,7 +199,7 @@ class PortalDesktop final : public qt::QtDesktop {
     followRoot();
     QObject::disconnect(screenWatch_);
     screenWatch_ = QObject::connect(screen, &QScreen::geometryChanged, &context_,
-                                    [this, screen](const QRect& geometry) {
+                                    [this](const QRect& geometry) {
                                       injector_.setScreen(geometry);
                                       followRoot();
                                     });
