@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/wayland/PickOverlay.h"
 
-#include <unistd.h>
-
 #include <QGuiApplication>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
@@ -15,18 +10,9 @@
 #include <cmath>
 #include <utility>
 
-#include "platform/wayland/SwayIpc.h"
-
 namespace vorrik::wayland {
 namespace {
 
-constexpr std::uint32_t kRunCommand = 0;
-constexpr std::uint32_t kGetTree = 4;
-constexpr int kRetryMs = 20;
-constexpr int kTries = 100;
-// Sway moves a window for input only once the client has drawn after its configure, or after
-// its transaction timeout (200 ms by default).
-constexpr int kSettleMs = 300;
 // Light enough that what lies below stays visible where the compositor draws it.
 constexpr int kTintAlpha = 40;
 
@@ -75,34 +61,9 @@ class Cover final : public QWidget {
   std::optional<QPoint> origin_;
 };
 
-QRect rectOf(const QJsonObject& node, const char* key) {
-  const QJsonObject r = node.value(QLatin1String(key)).toObject();
-  return {r.value(QLatin1String("x")).toInt(), r.value(QLatin1String("y")).toInt(),
-          r.value(QLatin1String("width")).toInt(), r.value(QLatin1String("height")).toInt()};
-}
-
-// Every window in sway's tree that belongs to pid, by title, with its content's rectangle.
-void windowsOf(const QJsonObject& node, qint64 pid, std::vector<std::pair<QString, QRect>>& out) {
-  if (node.value(QLatin1String("pid")).toInteger(-1) == pid &&
-      node.value(QLatin1String("visible")).toBool(true)) {
-    const QRect outer = rectOf(node, "rect");
-    const QRect content = rectOf(node, "window_rect").translated(outer.topLeft());
-    out.emplace_back(node.value(QLatin1String("name")).toString(), content);
-  }
-  for (const char* children : {"nodes", "floating_nodes"}) {
-    for (const auto& child : node.value(QLatin1String(children)).toArray()) {
-      windowsOf(child.toObject(), pid, out);
-    }
-  }
-}
-
 }  // namespace
 
-PickOverlay::PickOverlay(std::string swaySocket, Reach reach)
-    : swaySocket_(std::move(swaySocket)), reach_(reach) {
-  retry_.setInterval(kRetryMs);
-  QObject::connect(&retry_, &QTimer::timeout, [this] { place(); });
-}
+PickOverlay::PickOverlay(Reach reach) : reach_(reach) {}
 
 PickOverlay::~PickOverlay() {
   hide();
@@ -117,83 +78,32 @@ void PickOverlay::start(Done done) {
       reach_ == Reach::primaryScreen && primary != nullptr) {
     reachable_ = primary->geometry();
   }
-  const bool sway = !swaySocket_.empty() && swayRequest(swaySocket_, kGetTree, {}).has_value();
   int index = 0;
   for (QScreen* screen : QGuiApplication::screens()) {
     const QString title = QStringLiteral("Vorrik pick %1").arg(++index);
-    auto* cover = new Cover(*this, screen, title);
-    covers_.push_back({cover, title, screen->geometry().topLeft(), false});
-    if (sway) {
-      // Floating, not full screen: sway draws black behind a full-screen window.
-      cover->setFixedSize(screen->geometry().size());
-      cover->show();
-    } else {
-      cover->placeAt(screen->geometry().topLeft());
-      placed_ = true;
-      cover->showFullScreen();
-      cover->activateWindow();
-    }
+    covers_.push_back({new Cover(*this, screen, title), title, screen->geometry().topLeft()});
   }
-  if (sway) {
-    tries_ = 0;
-    retry_.start();
+  show(covers_);
+}
+
+void PickOverlay::show(std::vector<Placed>& covers) {
+  for (const Placed& p : covers) {
+    locate(p, p.target);
+    p.cover->showFullScreen();
+    p.cover->activateWindow();
+  }
+  takeClicks({});
+}
+
+void PickOverlay::locate(const Placed& placed, QPoint origin) {
+  if (placed.cover) {
+    static_cast<Cover*>(placed.cover.data())->placeAt(origin);
   }
 }
 
-void PickOverlay::place() {
-  if (settling_) {
-    // Drawing again commits the acknowledged configure, which lets sway finish the move.
-    for (const Placed& p : covers_) {
-      if (p.cover) {
-        p.cover->update();
-      }
-    }
-    if (++tries_ * kRetryMs >= kSettleMs) {
-      retry_.stop();
-      placed_ = true;
-    }
-    return;
-  }
-  const std::string pid = std::to_string(::getpid());
-  bool pending = false;
-  for (Placed& p : covers_) {
-    if (p.cover == nullptr || p.done) {
-      continue;
-    }
-    // Fails until sway has mapped the window.
-    const QPoint at = p.target;
-    const std::optional<std::string> reply =
-        swayRequest(swaySocket_, kRunCommand,
-                    "[pid=" + pid + " title=\"^" + p.title.toStdString() +
-                        "$\"] floating enable, border none, move absolute position " +
-                        std::to_string(at.x()) + " " + std::to_string(at.y()) + ", focus");
-    p.done = reply && swaySucceeded(*reply);
-    pending = pending || !p.done;
-  }
-  if (pending && ++tries_ < kTries) {
-    return;
-  }
-  // Where sway really put everything: the covers' origins, the other windows to leave alone.
-  std::vector<std::pair<QString, QRect>> windows;
-  if (const std::optional<std::string> tree = swayRequest(swaySocket_, kGetTree, {})) {
-    windowsOf(QJsonDocument::fromJson(QByteArray::fromStdString(*tree)).object(), ::getpid(),
-              windows);
-  }
-  excluded_.clear();
-  for (const auto& [title, rect] : windows) {
-    bool cover = false;
-    for (Placed& p : covers_) {
-      if (p.cover != nullptr && p.title == title) {
-        cover = true;
-        static_cast<Cover*>(p.cover.data())->placeAt(rect.topLeft());
-      }
-    }
-    if (!cover) {
-      excluded_.push_back(rect);
-    }
-  }
-  settling_ = true;
-  tries_ = 0;
+void PickOverlay::takeClicks(std::vector<QRect> leaveAlone) {
+  excluded_ = std::move(leaveAlone);
+  placed_ = true;
 }
 
 bool PickOverlay::excluded(ClickPoint at) const {
@@ -230,9 +140,8 @@ void PickOverlay::clicked(std::optional<ClickPoint> at) {
 }
 
 void PickOverlay::hide() {
-  retry_.stop();
+  stopShowing();
   placed_ = false;
-  settling_ = false;
   // Later: this may run inside one of the covers' own event handlers.
   for (const Placed& p : covers_) {
     if (p.cover) {

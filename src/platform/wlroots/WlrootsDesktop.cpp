@@ -7,9 +7,11 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 
 #include "platform/qt/QtDesktop.h"
 #include "platform/wayland/PickOverlay.h"
+#include "platform/wayland/SwayPickOverlay.h"
 #include "platform/wlroots/SwayBinding.h"
 #include "platform/wlroots/WlrootsInput.h"
 
@@ -45,7 +47,7 @@ class WlrootsDesktop final : public qt::QtDesktop {
 
   AccessibilityTrust& trust() override { return trust_; }
   EventInjector& injector() override { return injector_; }
-  PointPick& picker() override { return picker_; }
+  PointPick& picker() override { return *picker_; }
   // No client observes keys here; F6 comes through sway's binding.
   InputMonitor* input() override { return nullptr; }
   WindowSystem* windows() override { return nullptr; }
@@ -53,7 +55,10 @@ class WlrootsDesktop final : public qt::QtDesktop {
  private:
   WlrootsTrust trust_;
   WlrootsInjector injector_;
-  wayland::PickOverlay picker_{env("SWAYSOCK")};
+  // On sway the covers float over the desktop; other compositors get full-screen ones.
+  std::unique_ptr<wayland::PickOverlay> picker_ =
+      env("SWAYSOCK").empty() ? std::make_unique<wayland::PickOverlay>()
+                              : std::make_unique<wayland::SwayPickOverlay>(env("SWAYSOCK"));
   SwayBinding binding_;
 };
 

@@ -14,8 +14,8 @@
 #include <optional>
 
 #include "e2e/WaylandPeer.h"
-#include "platform/wayland/PickOverlay.h"
 #include "platform/wayland/SwayIpc.h"
+#include "platform/wayland/SwayPickOverlay.h"
 #include "platform/wlroots/SwayBinding.h"
 #include "platform/wlroots/WlrootsInput.h"
 
@@ -206,9 +206,9 @@ class WlrootsDesktopTest : public QObject {
   }
 
   wlroots::WlrootsInjector& injector_;
-  wayland::PickOverlay picker_{qEnvironmentVariable("SWAYSOCK").toStdString()};
-  wayland::PickOverlay primaryOnly_{qEnvironmentVariable("SWAYSOCK").toStdString(),
-                                    wayland::PickOverlay::Reach::primaryScreen};
+  wayland::SwayPickOverlay picker_{qEnvironmentVariable("SWAYSOCK").toStdString()};
+  wayland::SwayPickOverlay primaryOnly_{qEnvironmentVariable("SWAYSOCK").toStdString(),
+                                        wayland::PickOverlay::Reach::primaryScreen};
 };
 
 }  // namespace vorrik
