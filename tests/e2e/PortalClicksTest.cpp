@@ -36,6 +36,7 @@
 #include "engine/ClickEngine.h"
 #include "l10n/L.h"
 #include "platform/Backend.h"
+#include "platform/portal/EisRegions.h"
 #include "platform/portal/GnomeShortcut.h"
 #include "platform/posix/PosixServices.h"
 
@@ -125,22 +126,21 @@ QList<QRect> monitors() {
 
 // Xwayland's root pixels per layout pixel, which picks and a run's points are given in: the
 // largest monitor scale where Xwayland scales natively (KDE Plasma's default with a scaled
-// monitor), else 1; 0 when there is no X display. Read from the root's size.
-double rootScale(const QList<QRect>& monitors) {
+// monitor), else 1; 0 when there is no X display. Read from the root's size, as the injector
+// reads it.
+double xwaylandScale(const QList<QRect>& monitors) {
   Display* display = XOpenDisplay(nullptr);
-  if (display == nullptr || monitors.empty()) {
+  if (display == nullptr) {
     return 0;
   }
   const int width = DisplayWidth(display, DefaultScreen(display));
   const int height = DisplayHeight(display, DefaultScreen(display));
   XCloseDisplay(display);
-  QRect layout;
-  for (const QRect& monitor : monitors) {
-    layout = layout.united(monitor);
+  std::vector<portal::EisRegion> regions;
+  for (const QRect& m : monitors) {
+    regions.push_back({double(m.x()), double(m.y()), double(m.width()), double(m.height())});
   }
-  const int scale = width / layout.width();
-  return scale >= 1 && width == scale * layout.width() && height == scale * layout.height() ? scale
-                                                                                            : 1;
+  return portal::rootScale(regions, width, height);
 }
 
 }  // namespace
@@ -166,7 +166,7 @@ class PortalClicksTest : public QObject {
     monitors_ = monitors();
     QCOMPARE(int(monitors_.size()), std::max(1, qEnvironmentVariableIntValue("VORRIK_MONITORS")));
     QCOMPARE(monitors_.front(), QRect(0, 0, 1280, 800));
-    rootScale_ = rootScale(monitors_);
+    rootScale_ = xwaylandScale(monitors_);
     QVERIFY2(rootScale_ > 0, "no Xwayland to tell the root's size");
     for (qsizetype i = monitors_.size() - 1; i >= 0; --i) {
       auto receiver = std::make_unique<LineChild>(

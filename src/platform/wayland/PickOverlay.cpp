@@ -83,11 +83,11 @@ void PickOverlay::start(Done done) {
     const QString title = QStringLiteral("Vorrik pick %1").arg(++index);
     covers_.push_back({new Cover(*this, screen, title), title, screen->geometry().topLeft()});
   }
-  show(covers_);
+  show();
 }
 
-void PickOverlay::show(std::vector<Placed>& covers) {
-  for (const Placed& p : covers) {
+void PickOverlay::show() {
+  for (const Placed& p : covers_) {
     locate(p, p.target);
     p.cover->showFullScreen();
     p.cover->activateWindow();

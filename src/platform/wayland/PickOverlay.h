@@ -52,7 +52,7 @@ class PickOverlay : public PointPick {
   };
   // Shows the covers of a new pick: full screen here, each at its output's origin, taking
   // clicks at once. Another placement calls locate() and takeClicks() once it knows where they lie.
-  virtual void show(std::vector<Placed>& covers);
+  virtual void show();
   // Ends what show() left running.
   virtual void stopShowing() {}
   // Where the compositor put a cover's top left in the layout.

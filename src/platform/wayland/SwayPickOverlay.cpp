@@ -53,12 +53,12 @@ SwayPickOverlay::SwayPickOverlay(std::string swaySocket, Reach reach)
   QObject::connect(&retry_, &QTimer::timeout, [this] { place(); });
 }
 
-void SwayPickOverlay::show(std::vector<Placed>& covers) {
+void SwayPickOverlay::show() {
   if (swaySocket_.empty() || !swayRequest(swaySocket_, kGetTree, {})) {
-    PickOverlay::show(covers);
+    PickOverlay::show();
     return;
   }
-  for (const Placed& p : covers) {
+  for (const Placed& p : covers()) {
     // Floating, not full screen: sway draws black behind a full-screen window.
     p.cover->setFixedSize(p.cover->screen()->geometry().size());
     p.cover->show();

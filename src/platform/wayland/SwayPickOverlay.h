@@ -19,7 +19,7 @@ class SwayPickOverlay final : public PickOverlay {
   explicit SwayPickOverlay(std::string swaySocket, Reach reach = Reach::everyScreen);
 
  private:
-  void show(std::vector<Placed>& covers) override;
+  void show() override;
   void stopShowing() override;
   // Asks sway to float each cover over its output and learns where it and this process's other
   // windows lie; the covers not yet mapped are tried again on the next tick.

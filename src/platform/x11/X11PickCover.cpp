@@ -88,10 +88,9 @@ void X11PickCover::start(Done done) {
   }
   Display* display = display_.get();
   // The root's size now: outputs may have come and gone since the connection opened.
-  XWindowAttributes root{};
-  XGetWindowAttributes(display, DefaultRootWindow(display), &root);
-  XMoveResizeWindow(display, window_, 0, 0, static_cast<unsigned>(root.width),
-                    static_cast<unsigned>(root.height));
+  const QSize root = rootSize();
+  XMoveResizeWindow(display, window_, 0, 0, static_cast<unsigned>(root.width()),
+                    static_cast<unsigned>(root.height()));
   XMapRaised(display, window_);
   XSync(display, False);
   // Best effort: Xwayland grants it only while it has the compositor's keyboard focus.
