@@ -105,6 +105,12 @@ bool X11Injector::click(MouseButton button, std::optional<ClickPoint> at, int co
     return false;
   }
   const unsigned char logical = button == MouseButton::right ? 3 : 1;
+  // Looked up before the first press is announced: a fresh pointer map costs a round trip to
+  // the server, which must not fall between the next tick's arming and this press.
+  unsigned physical = logical;
+  if (!connection_->with([&](Display* display) { physical = physicalButton(display, logical); })) {
+    return false;
+  }
   postPresses(button, at, count, pacing, [&](const MouseEvent& event) {
     const bool press = event.action == MouseAction::down;
     connection_->with([&](Display* display) {
@@ -114,8 +120,8 @@ bool X11Injector::click(MouseButton button, std::optional<ClickPoint> at, int co
       if (to) {
         XTestFakeMotionEvent(display, DefaultScreen(display), to->x, to->y, CurrentTime);
       }
-      XTestFakeButtonEvent(display, physicalButton(display, logical, press), press ? True : False,
-                           CurrentTime);
+      // The release lifts the very button its press pushed, whatever the map does meanwhile.
+      XTestFakeButtonEvent(display, physical, press ? True : False, CurrentTime);
       // XFlush, not XSync: the event is on its way once written, and a round trip would only
       // make the worker wait for the server.
       XFlush(display);
@@ -124,12 +130,11 @@ bool X11Injector::click(MouseButton button, std::optional<ClickPoint> at, int co
   return true;
 }
 
-unsigned X11Injector::physicalButton(Display* display, unsigned char logical, bool press) {
+unsigned X11Injector::physicalButton(Display* display, unsigned char logical) {
   // The server sends every client a MappingNotify when the pointer map changes; this
   // connection selects nothing else, so its queue holds only those. Each flush already moves
-  // what has arrived into that queue, so the socket is read here only when it holds more. Only
-  // a press looks: its release then lifts the very button it pushed.
-  if (press && (XQLength(display) > 0 || readable(ConnectionNumber(display)))) {
+  // what has arrived into that queue, so the socket is read here only when it holds more.
+  if (XQLength(display) > 0 || readable(ConnectionNumber(display))) {
     XEventsQueued(display, QueuedAfterReading);
     XEvent event;
     while (XQLength(display) > 0) {

@@ -42,9 +42,9 @@ class X11Injector final : public EventInjector {
   [[nodiscard]] bool connected() const;
 
  private:
-  // The physical button the pointer map turns into logical; a press first takes in any change
-  // of the map, a release uses the map its press used.
-  unsigned physicalButton(_XDisplay* display, unsigned char logical, bool press);
+  // The physical button the pointer map turns into logical, after taking in any change of the
+  // map; asked once per click, so that every event of the click uses the same button.
+  unsigned physicalButton(_XDisplay* display, unsigned char logical);
 
   std::unique_ptr<Connection> connection_;
   std::vector<unsigned char> buttonMap_;  // guarded by the connection's lock; empty: read it
