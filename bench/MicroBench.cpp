@@ -51,6 +51,9 @@ class NullInjector final : public EventInjector {
 class NullSleeper final : public Sleeper {
  public:
   void sleepFor(std::chrono::microseconds /*duration*/) override {}
+  [[nodiscard]] std::chrono::nanoseconds now() const override {
+    return std::chrono::steady_clock::now().time_since_epoch();
+  }
 };
 
 struct Rig {

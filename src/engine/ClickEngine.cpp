@@ -145,16 +145,21 @@ std::int64_t ClickEngine::nextDelayMs() {
   return std::max(base + offset, kMinDelayMs);
 }
 
-void ClickEngine::schedule(std::uint64_t generation, std::chrono::microseconds tickLength) {
-  const std::int64_t delayMs = nextDelayMs();
+std::optional<std::chrono::nanoseconds> ClickEngine::schedule(
+    std::uint64_t generation, std::chrono::microseconds tickLength) {
+  const std::chrono::nanoseconds delay = std::chrono::milliseconds(nextDelayMs()) + tickLength;
+  return armTimer(generation, delay) ? std::optional(delay) : std::nullopt;
+}
+
+bool ClickEngine::armTimer(std::uint64_t generation, std::chrono::nanoseconds delay) {
   std::lock_guard lock(timerMutex_);
   if (generation != generation_.load() || !timer_) {
-    return;
+    return false;
   }
   // The engine's destructor cancels the timer and waits for a running handler, so a plain
   // pointer is safe here; two words fit in the handler itself, with no allocation per tick.
-  timer_->arm(std::chrono::milliseconds(delayMs) + tickLength,
-              [self = this, generation] { self->tick(generation); });
+  timer_->arm(delay, [self = this, generation] { self->tick(generation); });
+  return true;
 }
 
 void ClickEngine::tick(std::uint64_t generation) {
@@ -183,12 +188,35 @@ void ClickEngine::tick(std::uint64_t generation) {
 
 void ClickEngine::armFromPress() {
   // The first press of the tick is about to leave: the next tick is armed with the delay counted
-  // from when this tick is meant to end, measured from that press. Neither a late pause nor a
-  // slow post inside the tick then lengthens the period, and no period is shorter than meant.
-  // Armed before the press rather than after it: on a busy machine the compositor that receives
-  // the press may run first, and the clicker only returns once it has handled it.
+  // from when this tick is meant to end, measured from that press, so a late pause inside the
+  // tick does not lengthen the period. Armed before the press rather than after it: on a busy
+  // machine the compositor that receives the press may run first, and the clicker only returns
+  // once it has handled it; pressSent() then adds only what this send took beyond the usual.
   if (const auto arm = std::exchange(pendingArm_, std::nullopt)) {
-    schedule(arm->generation, arm->tickLength);
+    const std::chrono::nanoseconds began = ports_.sleeper.now();
+    if (const auto delay = schedule(arm->generation, arm->tickLength)) {
+      send_ = Send{arm->generation, began, began + *delay};
+    }
+  }
+}
+
+void ClickEngine::pressSent() {
+  const auto send = std::exchange(send_, std::nullopt);
+  if (!send) {
+    return;
+  }
+  // Where the press is seen leaving, and often where the receiver sees it, is when its send
+  // returns; that time varies with what the system does meanwhile (waking the server on another
+  // core, a compositor that handles the press before the send returns). A send slower than the
+  // fastest recent one moves the next tick later by the difference, so that no period is
+  // shorter than asked wherever it is measured; the usual send time itself is not added.
+  const std::chrono::nanoseconds now = ports_.sleeper.now();
+  const std::chrono::nanoseconds took = now - send->began;
+  sends_[sendCount_++ % kSendsKept] = took;
+  const auto kept = sends_.begin() + static_cast<std::ptrdiff_t>(std::min(sendCount_, kSendsKept));
+  const std::chrono::nanoseconds usual = *std::min_element(sends_.begin(), kept);
+  if (took > usual) {
+    armTimer(send->generation, send->deadline + (took - usual) - now);
   }
 }
 
@@ -244,7 +272,10 @@ bool ClickEngine::post(std::optional<ClickPoint> at) {
     ClickEngine& engine;
     explicit Pacing(ClickEngine& owner) : engine(owner) {}
     void press() override { engine.armFromPress(); }
-    void hold() override { engine.ports_.sleeper.sleepFor(kDownToUp); }
+    void hold() override {
+      engine.pressSent();
+      engine.ports_.sleeper.sleepFor(kDownToUp);
+    }
     void gap() override { engine.ports_.sleeper.sleepFor(kDoubleGap); }
   } pacing(*this);
   const std::lock_guard click(clickMutex_);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -94,8 +95,12 @@ class ClickEngine {
   void answered(bool trusted);
   // The next delay: the interval (at least 50 ms) plus a jitter draw, at least 20 ms.
   std::int64_t nextDelayMs();
-  // Arms the next tick: a delay after tickLength from now.
-  void schedule(std::uint64_t generation, std::chrono::microseconds tickLength);
+  // Arms the next tick: a delay after tickLength from now. Returns how far off it was armed,
+  // or nothing when the run is over.
+  std::optional<std::chrono::nanoseconds> schedule(std::uint64_t generation,
+                                                   std::chrono::microseconds tickLength);
+  // Arms the timer for the run's next tick, delay from now, unless the run is over.
+  bool armTimer(std::uint64_t generation, std::chrono::nanoseconds delay);
   void tick(std::uint64_t generation);
   // Makes count clicks; spacing is how far apart they come, for the count reports, and tellLast
   // reports the last of them whatever the spacing.
@@ -106,6 +111,9 @@ class ClickEngine {
   // Posts one click; false when the injector could not click there.
   bool post(std::optional<ClickPoint> at);
   void armFromPress();
+  // The tick's first press has been sent: a send slower than the recent ones postpones the
+  // next tick by the difference.
+  void pressSent();
   void postTask(std::function<void(ClickEngine&)> task);
   // Queues a count report when enough clicks have gone unreported to fill kReportSpacing at
   // this spacing between clicks, or now.
@@ -133,6 +141,17 @@ class ClickEngine {
     std::chrono::microseconds tickLength;
   };
   std::optional<PendingArm> pendingArm_;
+  // The tick's first send: when it began, and the deadline it armed; worker only.
+  struct Send {
+    std::uint64_t generation;
+    std::chrono::nanoseconds began;
+    std::chrono::nanoseconds deadline;
+  };
+  std::optional<Send> send_;
+  // How long the last first presses took to send, oldest overwritten first; worker only.
+  static constexpr std::size_t kSendsKept = 16;
+  std::array<std::chrono::nanoseconds, kSendsKept> sends_{};
+  std::size_t sendCount_ = 0;
   // Set while a count report is queued on the main thread and has not yet read the count.
   std::atomic<bool> countQueued_{false};
   // Clicks since the last queued report; a run starts high, so its first click is reported.

@@ -353,6 +353,65 @@ TEST_F(EngineTest, TheNextTickIsArmedJustBeforeItsFirstPressAndOnlyThen) {
   EXPECT_EQ(rig.timer->delays().size(), 2U) << "once per tick";
 }
 
+struct SendCase {
+  const char* name;
+  std::vector<std::int64_t> sendUs;    // how long each tick's press takes to send
+  std::vector<std::int64_t> periodUs;  // between the ends of consecutive sends
+  friend void PrintTo(const SendCase& c, std::ostream* os) { *os << c.name; }
+};
+using Sends = WithRig<::testing::TestWithParam<SendCase>>;
+
+// Periods are measured where a send returns, as a receiver woken by it sees them: a slow send
+// postpones the next tick by what it took beyond the fastest of the last 16, so a period is
+// never short unless a send is faster than all of those.
+TEST_P(Sends, ASlowSendPostponesTheNextTickByItsExcessOverTheUsualSend) {
+  const SendCase& c = GetParam();
+  std::size_t press = 0;
+  rig.injector.onPost([&](const MouseEvent& e) {
+    if (e.action == MouseAction::down && press < c.sendUs.size()) {
+      rig.clock.advance(microseconds(c.sendUs[press++]));
+    }
+  });
+  engine.start();
+  while (press < c.sendUs.size()) {
+    ASSERT_TRUE(rig.tick());
+  }
+  std::vector<std::chrono::nanoseconds> sent;
+  for (const auto& p : rig.injector.posted()) {
+    if (p.event.action == MouseAction::down) {
+      sent.push_back(p.at);
+    }
+  }
+  std::vector<std::int64_t> periods;
+  for (std::size_t i = 1; i < sent.size(); ++i) {
+    periods.push_back(std::chrono::duration_cast<microseconds>(sent[i] - sent[i - 1]).count());
+  }
+  EXPECT_EQ(periods, c.periodUs);
+}
+
+std::vector<std::int64_t> repeated(std::size_t n, std::int64_t value) {
+  return std::vector<std::int64_t>(n, value);
+}
+
+std::vector<std::int64_t> joined(std::vector<std::int64_t> a, const std::vector<std::int64_t>& b) {
+  a.insert(a.end(), b.begin(), b.end());
+  return a;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Engine, Sends,
+    ::testing::Values(
+        SendCase{"Steady", {50, 50, 50}, {128000, 128000}},
+        SendCase{"OneSlow", {50, 50, 150, 50, 50}, {128000, 128100, 128000, 128000}},
+        // The run shifts instead of clicking sooner after a press that hung.
+        SendCase{"Stall", {50, 100000, 50, 50}, {227950, 128000, 128000}},
+        // A send faster than any before it cannot be foreseen.
+        SendCase{"FasterAndFaster", {150, 100, 50}, {127950, 127950}},
+        // Slower for good: the fast send leaves the last 16, and the usual send is the slow one.
+        SendCase{"SlowerForGood", joined({50}, repeated(18, 400)),
+                 joined(repeated(16, 128350), repeated(2, 128000))}),
+    [](const auto& info) { return std::string(info.param.name); });
+
 TEST_F(EngineTest, CountReportsCoalesceWhileQueuedAndReachTheOwnerBeforeTheStop) {
   engine.maxClicks = 2;
   engine.burst = 3;

@@ -23,6 +23,7 @@ class FakeSleeper final : public Sleeper {
     }
     clock_.advance(duration);
   }
+  [[nodiscard]] nanoseconds now() const override { return clock_.now(); }
   std::vector<microseconds> sleeps() const {
     std::lock_guard lock(mutex_);
     return sleeps_;

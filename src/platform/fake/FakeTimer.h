@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <mutex>
 #include <optional>
@@ -14,7 +15,8 @@ namespace vorrik::fake {
 
 using std::chrono::nanoseconds;
 
-// A timer that fires only when the test says so, on the test's thread.
+// A timer that fires only when the test says so, on the test's thread, at its deadline: the
+// clock when armed plus the delay.
 class FakeTimer final : public OneShotTimer {
  public:
   explicit FakeTimer(FakeClock& clock) : clock_(clock) {}
@@ -22,6 +24,7 @@ class FakeTimer final : public OneShotTimer {
     std::lock_guard lock(mutex_);
     handler_ = std::move(handler);
     delays_.push_back(delay);
+    deadline_ = clock_.now() + delay;
   }
   void cancel() override {
     std::lock_guard lock(mutex_);
@@ -39,16 +42,17 @@ class FakeTimer final : public OneShotTimer {
     std::lock_guard lock(mutex_);
     return delays_;
   }
-  // Advances the clock by the armed delay and runs the handler; false when nothing is armed.
+  // Advances the clock to the armed deadline, unless it is past, and runs the handler; false
+  // when nothing is armed.
   bool fire() {
     std::unique_lock lock(mutex_);
     if (!handler_) {
       return false;
     }
     const Handler handler = std::exchange(handler_, nullptr);
-    const nanoseconds delay = delays_.back();
+    const nanoseconds deadline = deadline_;
     lock.unlock();
-    clock_.advance(delay);
+    clock_.advance(std::max(deadline - clock_.now(), nanoseconds::zero()));
     handler();
     return true;
   }
@@ -58,6 +62,7 @@ class FakeTimer final : public OneShotTimer {
   mutable std::mutex mutex_;
   Handler handler_;
   std::vector<nanoseconds> delays_;
+  nanoseconds deadline_{};
 };
 
 }  // namespace vorrik::fake

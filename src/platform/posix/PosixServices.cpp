@@ -151,6 +151,10 @@ void MonotonicSleeper::sleepFor(std::chrono::microseconds duration) {
   }
 }
 
+std::chrono::nanoseconds MonotonicSleeper::now() const {
+  return Clock::now().time_since_epoch();
+}
+
 std::uint32_t SystemRandom::uniform(std::uint32_t upperBound) {
   if (upperBound <= 1) {
     return 0;

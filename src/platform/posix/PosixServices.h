@@ -96,6 +96,7 @@ class WorkerTimer final : public OneShotTimer {
 class MonotonicSleeper final : public Sleeper {
  public:
   void sleepFor(std::chrono::microseconds duration) override;
+  [[nodiscard]] std::chrono::nanoseconds now() const override;
 };
 
 // The C library's CSPRNG (arc4random_uniform): uniform without modulo bias.
