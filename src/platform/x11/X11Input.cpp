@@ -89,7 +89,11 @@ class Connection {
 };
 
 X11Injector::X11Injector(const char* displayName)
-    : connection_(std::make_unique<Connection>(displayName)) {}
+    : connection_(std::make_unique<Connection>(displayName)) {
+  // Read now, not on the first click: its round trip would fall between the first tick's
+  // arming of the next and its press, and make the first period short where presses leave.
+  connection_->with([this](Display* display) { physicalButton(display, 1); });
+}
 
 X11Injector::~X11Injector() = default;
 
@@ -105,22 +109,20 @@ bool X11Injector::click(MouseButton button, std::optional<ClickPoint> at, int co
     return false;
   }
   const unsigned char logical = button == MouseButton::right ? 3 : 1;
-  // Looked up before the first press is announced: a fresh pointer map costs a round trip to
-  // the server, which must not fall between the next tick's arming and this press.
   unsigned physical = logical;
-  if (!connection_->with([&](Display* display) { physical = physicalButton(display, logical); })) {
-    return false;
-  }
   postPresses(button, at, count, pacing, [&](const MouseEvent& event) {
     const bool press = event.action == MouseAction::down;
     connection_->with([&](Display* display) {
+      // Only a press looks for a new map: its release then lifts the very button it pushed.
+      if (press) {
+        physical = physicalButton(display, logical);
+      }
       // XTest has no click count: a second pair soon after the first, at the same spot, is what
       // receivers count as a double click. Without a point no motion is sent: the button then
       // lands wherever the pointer is, on any screen, and a pointer moved by someone else stays.
       if (to) {
         XTestFakeMotionEvent(display, DefaultScreen(display), to->x, to->y, CurrentTime);
       }
-      // The release lifts the very button its press pushed, whatever the map does meanwhile.
       XTestFakeButtonEvent(display, physical, press ? True : False, CurrentTime);
       // XFlush, not XSync: the event is on its way once written, and a round trip would only
       // make the worker wait for the server.

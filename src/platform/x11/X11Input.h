@@ -43,7 +43,7 @@ class X11Injector final : public EventInjector {
 
  private:
   // The physical button the pointer map turns into logical, after taking in any change of the
-  // map; asked once per click, so that every event of the click uses the same button.
+  // map.
   unsigned physicalButton(_XDisplay* display, unsigned char logical);
 
   std::unique_ptr<Connection> connection_;
