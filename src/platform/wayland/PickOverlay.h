@@ -48,7 +48,6 @@ class PickOverlay : public PointPick {
     QPointer<QWidget> cover;
     QString title;
     QPoint target;
-    bool done = false;  // for a placement that takes tries
   };
   // Shows the covers of a new pick: full screen here, each at its output's origin, taking
   // clicks at once. Another placement calls locate() and takeClicks() once it knows where they lie.

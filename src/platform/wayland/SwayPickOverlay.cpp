@@ -64,12 +64,14 @@ void SwayPickOverlay::show() {
     p.cover->show();
   }
   tries_ = 0;
+  moved_.clear();
   retry_.start();
 }
 
 void SwayPickOverlay::stopShowing() {
   retry_.stop();
   settling_ = false;
+  moved_.clear();
   leaveAlone_.clear();
 }
 
@@ -90,8 +92,8 @@ void SwayPickOverlay::place() {
   }
   const std::string pid = std::to_string(::getpid());
   bool pending = false;
-  for (Placed& p : covers()) {
-    if (p.cover == nullptr || p.done) {
+  for (const Placed& p : covers()) {
+    if (p.cover == nullptr || moved_.contains(p.title)) {
       continue;
     }
     // Fails until sway has mapped the window.
@@ -101,8 +103,11 @@ void SwayPickOverlay::place() {
                     "[pid=" + pid + " title=\"^" + p.title.toStdString() +
                         "$\"] floating enable, border none, move absolute position " +
                         std::to_string(at.x()) + " " + std::to_string(at.y()) + ", focus");
-    p.done = reply && swaySucceeded(*reply);
-    pending = pending || !p.done;
+    if (reply && swaySucceeded(*reply)) {
+      moved_.insert(p.title);
+    } else {
+      pending = true;
+    }
   }
   if (pending && ++tries_ < kTries) {
     return;

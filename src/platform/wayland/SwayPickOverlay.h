@@ -3,6 +3,7 @@
 
 #include <QTimer>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,8 @@ class SwayPickOverlay final : public PickOverlay {
   QTimer retry_;
   bool settling_ = false;
   int tries_ = 0;
+  // The covers sway has floated and moved, by title.
+  std::set<QString> moved_;
   // This process's other windows, found while placing, where a click is not taken.
   std::vector<QRect> leaveAlone_;
 };
