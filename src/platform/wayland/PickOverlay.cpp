@@ -89,6 +89,9 @@ void PickOverlay::start(Done done) {
 void PickOverlay::show() {
   for (const Placed& p : covers_) {
     locate(p, p.target);
+    // Sized beforehand: a compositor may ask for full screen with no size (sway 1.10 does), and
+    // Qt then keeps its default size, a cover that takes no click beyond it.
+    p.cover->setFixedSize(p.cover->screen()->geometry().size());
     p.cover->showFullScreen();
     p.cover->activateWindow();
   }

@@ -178,12 +178,23 @@ class WlrootsDesktopTest : public QObject {
     picker.start([&](std::optional<ClickPoint> at) { got = at; });
     QVERIFY2(QTest::qWaitFor([&] { return picker.placed(); }, 10000), c.what);
     QVERIFY2(QTest::qWaitFor([&] { return coversSway(shown) == covers; }, 10000), c.what);
-    if (c.act == Act::escape) {
-      QVERIFY(e2e::tapKey("Escape"));
-    } else {
-      click(c.act == Act::click ? MouseButton::left : MouseButton::right, c.at);
+    // Sway 1.10 shows a full-screen cover before Qt 6.8 takes input on it: an act that nothing
+    // answers is tried again. The placed covers are answered at once.
+    const int tries = shown == Shown::fullScreen ? 10 : 1;
+    for (int i = 0; i < tries; ++i) {
+      if (c.act == Act::escape) {
+        QVERIFY(e2e::tapKey("Escape"));
+      } else {
+        click(c.act == Act::click ? MouseButton::left : MouseButton::right, c.at);
+      }
+      if (QTest::qWaitFor([&] { return got.has_value(); }, tries == 1 ? 10000 : 1000)) {
+        break;
+      }
     }
-    QVERIFY2(QTest::qWaitFor([&] { return got.has_value(); }, 10000), c.what);
+    if (!got) {
+      picker.cancel();
+    }
+    QVERIFY2(got.has_value(), c.what);
     QVERIFY2(*got == c.want, qPrintable(QStringLiteral("%1: got %2 %3")
                                             .arg(c.what)
                                             .arg(*got ? (*got)->x : -1)
