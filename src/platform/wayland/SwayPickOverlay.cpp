@@ -64,7 +64,6 @@ void SwayPickOverlay::show() {
     p.cover->show();
   }
   tries_ = 0;
-  moved_.clear();
   retry_.start();
 }
 
