@@ -28,7 +28,7 @@ struct Sent {
 
 std::array<Sent, 1 << 16> sent;
 std::atomic<std::size_t> count{0};
-// The event waiting for its flush: 0 none, 1 press, 2 release.
+// The first event waiting for its flush: 0 none, 1 press, 2 release.
 std::atomic<int> pending{0};
 std::atomic<std::int64_t> firstCpu{-1};
 
@@ -86,7 +86,10 @@ int XTestFakeButtonEvent(Display* display, unsigned int button, Bool isPress, un
     firstCpu.compare_exchange_strong(unset, readClock(CLOCK_PROCESS_CPUTIME_ID));
   }
   const int result = next(display, button, isPress, delay);
-  pending.store(isPress == True ? 1 : 2);
+  // A flush that carries a press and its release (the release delayed by the server) counts
+  // as the press's: the first event since the last flush decides.
+  int none = 0;
+  pending.compare_exchange_strong(none, isPress == True ? 1 : 2);
   return result;
 }
 
