@@ -94,7 +94,7 @@ int main(int argc, char** argv) {
 
   vorrik::applyDarkTheme(app);
 
-  const std::unique_ptr<vorrik::Desktop> desktop = choice.backend->open(session);
+  std::unique_ptr<vorrik::Desktop> desktop = choice.backend->open(session);
   vorrik::L::install({&desktop->defaults(), &desktop->preferredLanguages(), &desktop->center()});
   vorrik::posix::MonotonicSleeper sleeper;
   vorrik::posix::SystemRandom random;
@@ -135,5 +135,8 @@ int main(int argc, char** argv) {
     guard.watch({});
   }
   vorrik::L::install({});
+  // Closed before a caught signal ends the process: a release the last click left to the
+  // display server is made before its connection goes.
+  desktop.reset();
   return guard.finish(status);
 }

@@ -237,7 +237,7 @@ void ClickEngine::fire(std::uint64_t generation, std::int64_t count,
     }
     // Only clicks that were made count; one the injector cannot make ends the run with a reason,
     // never a count of clicks that did not happen.
-    if (!post(nextPoint())) {
+    if (!post(nextPoint(), i + 1 == count)) {
       postTask([generation](ClickEngine& engine) {
         if (engine.running_.load() && engine.generation_.load() == generation) {
           engine.stop(L::t("cannot_click"));
@@ -264,22 +264,26 @@ std::optional<ClickPoint> ClickEngine::nextPoint() {
   return (*snapshot)[static_cast<std::size_t>(i)];
 }
 
-bool ClickEngine::post(std::optional<ClickPoint> at) {
+bool ClickEngine::post(std::optional<ClickPoint> at, bool lastOfTick) {
   const ClickType type = clickType.load();
   const MouseButton button = type == ClickType::right ? MouseButton::right : MouseButton::left;
-  // The first press arms the next tick; the pauses are the sleeper's.
+  const int presses = type == ClickType::double_ ? 2 : 1;
+  // The first press arms the next tick; the pauses are the sleeper's. Only the tick's last
+  // release may be left to the system: whatever follows it within the tick is timed from it.
   struct Pacing final : ClickPacing {
     ClickEngine& engine;
-    explicit Pacing(ClickEngine& owner) : engine(owner) {}
-    void press() override { engine.armFromPress(); }
-    void hold() override {
-      engine.pressSent();
-      engine.ports_.sleeper.sleepFor(kDownToUp);
+    int left;
+    Pacing(ClickEngine& owner, int presses, bool last) : engine(owner), left(last ? presses : 0) {}
+    std::optional<std::chrono::microseconds> press() override {
+      engine.armFromPress();
+      return --left == 0 ? std::optional(kDownToUp) : std::nullopt;
     }
+    void sent() override { engine.pressSent(); }
+    void hold() override { engine.ports_.sleeper.sleepFor(kDownToUp); }
     void gap() override { engine.ports_.sleeper.sleepFor(kDoubleGap); }
-  } pacing(*this);
+  } pacing(*this, presses, lastOfTick);
   const std::lock_guard click(clickMutex_);
-  return ports_.injector.click(button, at, type == ClickType::double_ ? 2 : 1, pacing);
+  return ports_.injector.click(button, at, presses, pacing);
 }
 
 void ClickEngine::reportCount(std::chrono::microseconds spacing, bool now) {

@@ -84,8 +84,8 @@ class ClickEngine {
   // Ends any run without a report and waits until a tick in progress has finished with its
   // release; the engine clicks no more. For exits that cannot wait for the destructor.
   void halt();
-  // Waits until the click in progress has released its button; no click begins until the
-  // returned lock is dropped.
+  // Waits until the click in progress has released its button, or handed the release to the
+  // system, which makes it on its own; no click begins until the returned lock is dropped.
   [[nodiscard]] std::unique_lock<std::mutex> holdClicks();
 
  private:
@@ -108,8 +108,9 @@ class ClickEngine {
             bool tellLast);
   // The next point of the list; nothing (the list is empty) means at the pointer.
   std::optional<ClickPoint> nextPoint();
-  // Posts one click; false when the injector could not click there.
-  bool post(std::optional<ClickPoint> at);
+  // Posts one click, the tick's last when lastOfTick; false when the injector could not click
+  // there.
+  bool post(std::optional<ClickPoint> at, bool lastOfTick);
   void armFromPress();
   // The tick's first press has been sent: a send slower than the recent ones postpones the
   // next tick by the difference.

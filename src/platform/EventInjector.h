@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 
@@ -26,16 +27,21 @@ struct MouseEvent {
 class ClickPacing {
  public:
   virtual ~ClickPacing() = default;
-  // Right before each press is posted.
-  virtual void press() = 0;
-  // Right after each press: lasts as long as the press is held.
+  // Right before each press is posted. Returns how long the press is to be held when nothing of
+  // the tick follows its release, so that an injector whose system can release the button itself
+  // after a delay may post both at once and skip hold(); nothing: hold() is always waited out.
+  virtual std::optional<std::chrono::microseconds> press() = 0;
+  // Right after each press has left, before anything else of the click.
+  virtual void sent() = 0;
+  // Lasts as long as a press is held, between sent() and its release.
   virtual void hold() = 0;
   // Between the two presses of a double click.
   virtual void gap() = 0;
 };
 
-// Every click's shape: `count` presses, each announced by pacing.press() and released after
-// pacing.hold(), pacing.gap() between them; post(event) posts one of the events.
+// Every click's shape: `count` presses, each announced by pacing.press(), followed by
+// pacing.sent() and released after pacing.hold(), pacing.gap() between them; post(event) posts
+// one of the events.
 template <typename Post>
 void postPresses(MouseButton button, std::optional<ClickPoint> at, int count, ClickPacing& pacing,
                  Post&& post) {
@@ -45,6 +51,7 @@ void postPresses(MouseButton button, std::optional<ClickPoint> at, int count, Cl
     }
     pacing.press();
     post(MouseEvent{MouseAction::down, button, at, state});
+    pacing.sent();
     pacing.hold();
     post(MouseEvent{MouseAction::up, button, at, state});
   }

@@ -7,7 +7,9 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdlib>
+#include <optional>
 #include <string>
 
 #include "platform/Backend.h"
@@ -27,7 +29,12 @@ class GatedInjector final : public EventInjector {
       GatedInjector& owner;
       ClickPacing& inner;
       Gated(GatedInjector& o, ClickPacing& i) : owner(o), inner(i) {}
-      void press() override { inner.press(); }
+      // Every press waits out its hold here, where the gate can keep it down.
+      std::optional<std::chrono::microseconds> press() override {
+        inner.press();
+        return std::nullopt;
+      }
+      void sent() override { inner.sent(); }
       void hold() override {
         owner.wait();
         inner.hold();

@@ -270,19 +270,28 @@ TEST_F(EngineTest, StopDuringABurstLetsTheBurstFinishThenNothingMore) {
 }
 
 struct PostCase {
+  const char* name;
   ClickType type;
+  std::int64_t burst;
+  bool systemReleases;  // the injector's system can release a button after a delay on its own
   MouseButton button;
   std::vector<std::int64_t> states;
-  std::vector<std::int64_t> atMs;  // posting times, from the first event
+  std::vector<std::int64_t> atMs;  // when each event reaches the system, from the first
   std::vector<microseconds> pauses;
-  friend void PrintTo(const PostCase& c, std::ostream* os) { *os << rawValue(c.type); }
+  friend void PrintTo(const PostCase& c, std::ostream* os) { *os << c.name; }
 };
 using Posting = WithRig<::testing::TestWithParam<PostCase>>;
 
+// Where the system can release a button by itself, only the tick's last release is left to it:
+// the events keep their times, and the worker sleeps through no hold that nothing follows.
 TEST_P(Posting, PostsDownUpPairsWithClickStatesAndPauses) {
   const PostCase& c = GetParam();
   engine.clickType = c.type;
+  engine.burst = c.burst;
   engine.points.assign({A});
+  if (c.systemReleases) {
+    rig.injector.releaseItself();
+  }
   engine.start();
   rig.tick();
   const auto posted = rig.injector.posted();
@@ -293,18 +302,47 @@ TEST_P(Posting, PostsDownUpPairsWithClickStatesAndPauses) {
     EXPECT_EQ(posted[i].at - posted[0].at, std::chrono::milliseconds(c.atMs[i])) << i;
   }
   EXPECT_EQ(rig.sleeper.sleeps(), c.pauses);
-  EXPECT_EQ(engine.sessionClicks(), 1) << "a double click counts once";
+  EXPECT_EQ(engine.sessionClicks(), std::max<std::int64_t>(c.burst, 1))
+      << "a double click counts once";
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Engine, Posting,
-    ::testing::Values(PostCase{ClickType::left, MouseButton::left, {1, 1}, {0, 8}, {8ms}},
-                      PostCase{ClickType::right, MouseButton::right, {1, 1}, {0, 8}, {8ms}},
-                      PostCase{ClickType::double_,
-                               MouseButton::left,
-                               {1, 1, 2, 2},
-                               {0, 8, 48, 56},
-                               {8ms, 40ms, 8ms}}));
+    ::testing::Values(
+        PostCase{"left", ClickType::left, 0, false, MouseButton::left, {1, 1}, {0, 8}, {8ms}},
+        PostCase{"right", ClickType::right, 0, false, MouseButton::right, {1, 1}, {0, 8}, {8ms}},
+        PostCase{"double",
+                 ClickType::double_,
+                 0,
+                 false,
+                 MouseButton::left,
+                 {1, 1, 2, 2},
+                 {0, 8, 48, 56},
+                 {8ms, 40ms, 8ms}},
+        PostCase{"leftReleasedBySystem",
+                 ClickType::left,
+                 0,
+                 true,
+                 MouseButton::left,
+                 {1, 1},
+                 {0, 8},
+                 {}},
+        PostCase{"doubleReleasedBySystem",
+                 ClickType::double_,
+                 0,
+                 true,
+                 MouseButton::left,
+                 {1, 1, 2, 2},
+                 {0, 8, 48, 56},
+                 {8ms, 40ms}},
+        PostCase{"burstReleasedBySystem",
+                 ClickType::right,
+                 2,
+                 true,
+                 MouseButton::right,
+                 {1, 1, 1, 1},
+                 {0, 8, 23, 31},
+                 {8ms, 15ms, 15ms}}));
 
 struct FailCase {
   ClickType type;

@@ -33,8 +33,37 @@ class FakeInjector final : public EventInjector {
         return false;
       }
     }
-    postPresses(button, at, count, pacing, [this](const MouseEvent& event) { post(event); });
+    bool releasesItself = false;
+    {
+      std::lock_guard lock(mutex_);
+      releasesItself = releasesItself_;
+    }
+    if (!releasesItself) {
+      postPresses(button, at, count, pacing, [this](const MouseEvent& event) { post(event); });
+      return true;
+    }
+    // As a system that releases the button itself: a release the pacing lets go is recorded
+    // when the system would make it, and nothing waits for it.
+    for (int state = 1; state <= count; ++state) {
+      if (state > 1) {
+        pacing.gap();
+      }
+      const std::optional<std::chrono::microseconds> held = pacing.press();
+      post({MouseAction::down, button, at, state});
+      pacing.sent();
+      if (held) {
+        post({MouseAction::up, button, at, state}, *held);
+      } else {
+        pacing.hold();
+        post({MouseAction::up, button, at, state});
+      }
+    }
     return true;
+  }
+  // Posts as an injector whose system can release a button after a delay on its own.
+  void releaseItself() {
+    std::lock_guard lock(mutex_);
+    releasesItself_ = true;
   }
 
   std::vector<Posted> posted() const {
@@ -70,7 +99,7 @@ class FakeInjector final : public EventInjector {
   }
 
  private:
-  void post(const MouseEvent& event) {
+  void post(const MouseEvent& event, nanoseconds later = nanoseconds::zero()) {
     std::unique_lock lock(mutex_);
     const auto hook = hook_;
     lock.unlock();
@@ -78,7 +107,7 @@ class FakeInjector final : public EventInjector {
       hook(event);
     }
     lock.lock();
-    posted_.push_back({event, clock_.now()});
+    posted_.push_back({event, clock_.now() + later});
   }
 
   FakeClock& clock_;
@@ -86,6 +115,7 @@ class FakeInjector final : public EventInjector {
   std::vector<Posted> posted_;
   std::set<int> failing_;
   int clickCalls_ = 0;
+  bool releasesItself_ = false;
   std::function<void(const MouseEvent&)> hook_;
 };
 

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -110,8 +111,8 @@ bool X11Injector::click(MouseButton button, std::optional<ClickPoint> at, int co
   }
   const unsigned char logical = button == MouseButton::right ? 3 : 1;
   unsigned physical = logical;
-  postPresses(button, at, count, pacing, [&](const MouseEvent& event) {
-    const bool press = event.action == MouseAction::down;
+  // Posts a press (with its release `releaseAfter` later, when given) or a release, and flushes.
+  const auto send = [&](bool press, std::optional<std::chrono::microseconds> releaseAfter) {
     connection_->with([&](Display* display) {
       // Only a press looks for a new map: its release then lifts the very button it pushed.
       if (press) {
@@ -120,15 +121,44 @@ bool X11Injector::click(MouseButton button, std::optional<ClickPoint> at, int co
       // XTest has no click count: a second pair soon after the first, at the same spot, is what
       // receivers count as a double click. Without a point no motion is sent: the button then
       // lands wherever the pointer is, on any screen, and a pointer moved by someone else stays.
-      if (to) {
-        XTestFakeMotionEvent(display, DefaultScreen(display), to->x, to->y, CurrentTime);
-      }
+      const auto moveThere = [&](unsigned long delayMs) {
+        if (to) {
+          XTestFakeMotionEvent(display, DefaultScreen(display), to->x, to->y, delayMs);
+        }
+      };
+      moveThere(CurrentTime);
       XTestFakeButtonEvent(display, physical, press ? True : False, CurrentTime);
-      // XFlush, not XSync: the event is on its way once written, and a round trip would only
-      // make the worker wait for the server.
+      if (releaseAfter) {
+        // With XTest's delay the server waits before this event, and holds back everything
+        // after it on this connection. It counts whole milliseconds from the one it is in: one
+        // more keeps the hold from being any shorter. The worker need not wake again to
+        // release, and closing the display waits for the release.
+        const auto delayMs = static_cast<unsigned long>(
+            std::chrono::ceil<std::chrono::milliseconds>(*releaseAfter).count() + 1);
+        if (to) {
+          moveThere(delayMs);
+          XTestFakeButtonEvent(display, physical, False, CurrentTime);
+        } else {
+          XTestFakeButtonEvent(display, physical, False, delayMs);
+        }
+      }
+      // XFlush, not XSync: the events are on their way once written, and a round trip would
+      // only make the worker wait for the server.
       XFlush(display);
     });
-  });
+  };
+  for (int state = 1; state <= count; ++state) {
+    if (state > 1) {
+      pacing.gap();
+    }
+    const std::optional<std::chrono::microseconds> held = pacing.press();
+    send(true, held);
+    pacing.sent();
+    if (!held) {
+      pacing.hold();
+      send(false, std::nullopt);
+    }
+  }
   return true;
 }
 

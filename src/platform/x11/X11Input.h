@@ -35,6 +35,8 @@ class X11Injector final : public EventInjector {
   // False when the display is gone or the point is not a finite X root position. Each event
   // moves the pointer to the point (rounded) if there is one, then presses or releases the
   // physical button that the core pointer map makes logical 1 (left) or 3 (right), and flushes.
+  // A press whose hold the pacing leaves to the system goes out with its release, which the
+  // server makes after the hold on its own; destroying the injector waits for it.
   bool click(MouseButton button, std::optional<ClickPoint> at, int count,
              ClickPacing& pacing) override;
 

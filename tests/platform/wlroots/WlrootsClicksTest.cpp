@@ -18,7 +18,8 @@ using namespace std::chrono_literals;
 using e2e::WaylandButton;
 
 struct NoPacing final : ClickPacing {
-  void press() override {}
+  std::optional<std::chrono::microseconds> press() override { return std::nullopt; }
+  void sent() override {}
   void hold() override {}
   void gap() override {}
 };

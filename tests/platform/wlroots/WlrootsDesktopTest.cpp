@@ -156,7 +156,8 @@ class WlrootsDesktopTest : public QObject {
 
   void click(MouseButton button, ClickPoint at) {
     struct : ClickPacing {
-      void press() override {}
+      std::optional<std::chrono::microseconds> press() override { return std::nullopt; }
+      void sent() override {}
       void hold() override {}
       void gap() override {}
     } pacing;

@@ -4,7 +4,12 @@
 // button event.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include "platform/EngineOnServer.h"
 #include "platform/x11/X11Input.h"
@@ -116,6 +121,63 @@ TEST_F(X11Clicks, LeftMeansThePrimaryButtonOfAReversedMap) {
   engine.start();
   pumpUntil([&] { return stopText.has_value(); });
   EXPECT_EQ(receiver.presses(300ms).back().button, 1U);
+}
+
+// Timed at the receiver, in the server's milliseconds: the hold of every press, whether the
+// worker or the server times it, and the pauses between the presses of one tick.
+TEST_F(X11Clicks, EveryClickShapeKeepsItsHoldAndPausesAtTheReceiver) {
+  struct Shape {
+    ClickType type;
+    std::int64_t burst;
+    std::vector<Time> atLeastMs;  // between each event and the next
+  };
+  engine.points.assign({{250, 250}});
+  for (const Shape& shape :
+       {Shape{ClickType::left, 0, {8}}, Shape{ClickType::right, 0, {8}},
+        Shape{ClickType::double_, 0, {8, 40, 8}}, Shape{ClickType::left, 3, {8, 15, 8, 15, 8}}}) {
+    stopText.reset();
+    const std::size_t before = receiver.take(0ms).size();
+    engine.clickType = shape.type;
+    engine.burst = shape.burst;
+    engine.maxClicks = std::max<std::int64_t>(shape.burst, 1);
+    engine.start();
+    pumpUntil([&] { return stopText.has_value(); });
+    const std::vector<Button> all = receiver.take(300ms);
+    const std::vector<Button> events(all.begin() + static_cast<std::ptrdiff_t>(before), all.end());
+    ASSERT_EQ(events.size(), shape.atLeastMs.size() + 1) << rawValue(shape.type);
+    for (std::size_t i = 0; i < shape.atLeastMs.size(); ++i) {
+      EXPECT_EQ(events[i].press, i % 2 == 0) << i;
+      EXPECT_GE(events[i + 1].time - events[i].time, shape.atLeastMs[i])
+          << rawValue(shape.type) << " x" << shape.burst << ", event " << i;
+    }
+    EXPECT_FALSE(events.back().press);
+  }
+}
+
+// A release left to the server is made after the hold even when the connection closes at once,
+// as it does when Vorrik quits right after a click.
+TEST_F(X11Clicks, AReleaseLeftToTheServerOutlivesTheConnection) {
+  struct ServerHolds final : ClickPacing {
+    std::optional<std::chrono::microseconds> press() override { return 8ms; }
+    void sent() override {}
+    void hold() override { ADD_FAILURE() << "a hold left to the server is not waited out"; }
+    void gap() override {}
+  } pacing;
+  for (const std::optional<ClickPoint> at : {std::optional<ClickPoint>{}, {ClickPoint{300, 200}}}) {
+    const std::size_t before = receiver.take(0ms).size();
+    auto own = std::make_unique<x11::X11Injector>();
+    ASSERT_TRUE(own->click(MouseButton::left, at, 1, pacing));
+    own.reset();
+    const std::vector<Button> all = receiver.take(300ms);
+    const std::vector<Button> events(all.begin() + static_cast<std::ptrdiff_t>(before), all.end());
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_TRUE(events[0].press);
+    EXPECT_FALSE(events[1].press);
+    EXPECT_GE(events[1].time - events[0].time, 8U);
+    if (at) {
+      EXPECT_EQ(events[1].at, *at) << "released where it pressed";
+    }
+  }
 }
 
 }  // namespace
