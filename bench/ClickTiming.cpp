@@ -54,13 +54,15 @@ void usage() {
   std::cerr
       << "usage: vorrik_click_timing --vorrik-display D --reference-display D\n"
          "         --clicker PATH --shim PATH --work DIR [--rounds N] [--periods N]\n"
-         "         [--runs N] [--no-spin] [--polled-main] [--no-hold]\n"
+         "         [--runs N] [--no-spin] [--polled-main] [--no-hold] [--worker-release]\n"
          "  --runs N    N runs back to back, then each run's pooled ratios and their minimum\n"
          "  --no-spin   the engine's timer without its early wake and final spin\n"
          "  --polled-main  no main-thread wake-up per click: it looks for the count once a "
          "second\n"
          "  --no-hold   each release right after its press, as the reference clicks, not 8 ms "
-         "later\n";
+         "later\n"
+         "  --worker-release  each release sent by the worker after the hold, not left to the "
+         "X server\n";
 }
 
 std::optional<Options> parse(int argc, char** argv) {
@@ -68,7 +70,8 @@ std::optional<Options> parse(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     const std::string_view arg = argv[i];
     const bool hasValue = i + 1 < argc;
-    if (arg == "--no-spin" || arg == "--polled-main" || arg == "--no-hold") {
+    if (arg == "--no-spin" || arg == "--polled-main" || arg == "--no-hold" ||
+        arg == "--worker-release") {
       o.clickerFlags.emplace_back(arg);
     } else if (hasValue && arg == "--vorrik-display") {
       o.vorrikDisplay = argv[++i];

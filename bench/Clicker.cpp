@@ -3,7 +3,7 @@
 // single left clicks at the cursor on $DISPLAY through the production ports, then a few facts
 // on stdout for the benchmark to read ("key value" lines).
 //   vorrik_bench_clicker --setting MS --clicks N [--idle-seconds S] [--no-spin] [--polled-main]
-//                        [--no-hold]
+//                        [--no-hold] [--worker-release]
 
 #include <unistd.h>
 
@@ -35,6 +35,33 @@ struct Options {
   std::chrono::milliseconds mainPoll{0};
   // Releases right after each press, as the reference does, instead of 8 ms later.
   bool hold = true;
+  // Sends every release from the worker after the hold, instead of leaving it to the X server.
+  bool workerRelease = false;
+};
+
+// Keeps every hold on the worker, as for an injector whose system cannot release by itself:
+// what leaving the release to the X server changes, measured.
+class WorkerReleases final : public EventInjector {
+ public:
+  explicit WorkerReleases(EventInjector& real) : real_(real) {}
+  bool click(MouseButton button, std::optional<ClickPoint> at, int count,
+             ClickPacing& pacing) override {
+    struct Held final : ClickPacing {
+      ClickPacing& inner;
+      explicit Held(ClickPacing& outer) : inner(outer) {}
+      std::optional<std::chrono::microseconds> press() override {
+        inner.press();
+        return std::nullopt;
+      }
+      void sent() override { inner.sent(); }
+      void hold() override { inner.hold(); }
+      void gap() override { inner.gap(); }
+    } held(pacing);
+    return real_.click(button, at, count, held);
+  }
+
+ private:
+  EventInjector& real_;
 };
 
 // Skips the pauses inside a click, so that a press and its release go out in one wake: what the
@@ -67,6 +94,8 @@ std::optional<Options> parse(int argc, char** argv) {
       options.timer.spin = false;
     } else if (arg == "--no-hold") {
       options.hold = false;
+    } else if (arg == "--worker-release") {
+      options.workerRelease = true;
     } else if (arg == "--polled-main") {
       options.mainPoll = std::chrono::seconds(1);
     } else if (i + 1 < argc && (value = number(argv[i + 1]))) {
@@ -122,14 +151,17 @@ Sched sched() {
 int run(const Options& options) {
   MainThreadQueue queue(options.mainPoll);
   x11::X11Trust trust;
-  x11::X11Injector injector;
+  x11::X11Injector x11;
+  WorkerReleases workerReleases(x11);
+  EventInjector& injector =
+      options.workerRelease ? static_cast<EventInjector&>(workerReleases) : x11;
   posix::MonotonicSleeper monotonic;
   NoPauses noPauses(monotonic);
   Sleeper& sleeper = options.hold ? static_cast<Sleeper&>(monotonic) : noPauses;
   posix::SystemRandom random;
   auto timer = std::make_unique<posix::WorkerTimer>(options.timer);
   posix::WorkerTimer& worker = *timer;
-  if (!trust.isTrusted(false) || !injector.connected()) {
+  if (!trust.isTrusted(false) || !x11.connected()) {
     std::fprintf(stderr, "vorrik_bench_clicker: the X server offers no XTEST\n");
     return 2;
   }
