@@ -40,21 +40,36 @@ class ClickPacing {
 };
 
 // Every click's shape: `count` presses, each announced by pacing.press(), followed by
-// pacing.sent() and released after pacing.hold(), pacing.gap() between them; post(event) posts
-// one of the events.
+// pacing.sent() and released after pacing.hold(), pacing.gap() between them. post(event,
+// releaseAfter) posts one event. An injector whose system can release a button by itself
+// (releasesItself) gets the hold pacing.press() hands over with the press, as releaseAfter: that
+// press's release is the system's to make, and is neither waited for nor posted.
 template <typename Post>
 void postPresses(MouseButton button, std::optional<ClickPoint> at, int count, ClickPacing& pacing,
-                 Post&& post) {
+                 bool releasesItself, Post&& post) {
   for (int state = 1; state <= count; ++state) {
     if (state > 1) {
       pacing.gap();
     }
-    pacing.press();
-    post(MouseEvent{MouseAction::down, button, at, state});
+    const std::optional<std::chrono::microseconds> handed = pacing.press();
+    const std::optional<std::chrono::microseconds> releaseAfter =
+        releasesItself ? handed : std::nullopt;
+    post(MouseEvent{MouseAction::down, button, at, state}, releaseAfter);
     pacing.sent();
-    pacing.hold();
-    post(MouseEvent{MouseAction::up, button, at, state});
+    if (!releaseAfter) {
+      pacing.hold();
+      post(MouseEvent{MouseAction::up, button, at, state}, std::nullopt);
+    }
   }
+}
+
+// The same for an injector that posts every event itself: post(event).
+template <typename Post>
+void postPresses(MouseButton button, std::optional<ClickPoint> at, int count, ClickPacing& pacing,
+                 Post&& post) {
+  postPresses(
+      button, at, count, pacing, false,
+      [&post](const MouseEvent& event, std::optional<std::chrono::microseconds>) { post(event); });
 }
 
 // Injects mouse clicks at the lowest level of the input stream, so that every application

@@ -27,37 +27,22 @@ class FakeInjector final : public EventInjector {
 
   bool click(MouseButton button, std::optional<ClickPoint> at, int count,
              ClickPacing& pacing) override {
+    bool releasesItself = false;
     {
       std::lock_guard lock(mutex_);
       if (failing_.contains(clickCalls_++)) {
         return false;
       }
-    }
-    bool releasesItself = false;
-    {
-      std::lock_guard lock(mutex_);
       releasesItself = releasesItself_;
     }
-    if (!releasesItself) {
-      postPresses(button, at, count, pacing, [this](const MouseEvent& event) { post(event); });
-      return true;
-    }
-    // As a system that releases the button itself: a release the pacing lets go is recorded
-    // when the system would make it, and nothing waits for it.
-    for (int state = 1; state <= count; ++state) {
-      if (state > 1) {
-        pacing.gap();
-      }
-      const std::optional<std::chrono::microseconds> held = pacing.press();
-      post({MouseAction::down, button, at, state});
-      pacing.sent();
-      if (held) {
-        post({MouseAction::up, button, at, state}, *held);
-      } else {
-        pacing.hold();
-        post({MouseAction::up, button, at, state});
-      }
-    }
+    // A release left to the system is recorded when the system would make it.
+    postPresses(button, at, count, pacing, releasesItself,
+                [this](const MouseEvent& event, std::optional<std::chrono::microseconds> after) {
+                  post(event);
+                  if (after) {
+                    post({MouseAction::up, event.button, event.at, event.clickState}, *after);
+                  }
+                });
     return true;
   }
   // Posts as an injector whose system can release a button after a delay on its own.

@@ -111,8 +111,10 @@ bool X11Injector::click(MouseButton button, std::optional<ClickPoint> at, int co
   }
   const unsigned char logical = button == MouseButton::right ? 3 : 1;
   unsigned physical = logical;
-  // Posts a press (with its release `releaseAfter` later, when given) or a release, and flushes.
-  const auto send = [&](bool press, std::optional<std::chrono::microseconds> releaseAfter) {
+  // Posts one event and flushes; a press whose hold the pacing hands over takes its release.
+  const auto send = [&](const MouseEvent& event,
+                        std::optional<std::chrono::microseconds> releaseAfter) {
+    const bool press = event.action == MouseAction::down;
     connection_->with([&](Display* display) {
       // Only a press looks for a new map: its release then lifts the very button it pushed.
       if (press) {
@@ -147,18 +149,7 @@ bool X11Injector::click(MouseButton button, std::optional<ClickPoint> at, int co
       XFlush(display);
     });
   };
-  for (int state = 1; state <= count; ++state) {
-    if (state > 1) {
-      pacing.gap();
-    }
-    const std::optional<std::chrono::microseconds> held = pacing.press();
-    send(true, held);
-    pacing.sent();
-    if (!held) {
-      pacing.hold();
-      send(false, std::nullopt);
-    }
-  }
+  postPresses(button, at, count, pacing, true, send);
   return true;
 }
 
