@@ -59,6 +59,7 @@ class WorkerReleases final : public EventInjector {
     } held(pacing);
     return real_.click(button, at, count, held);
   }
+  void settle() override { real_.settle(); }
 
  private:
   EventInjector& real_;

@@ -130,8 +130,10 @@ void ClickEngine::halt() {
       timer->cancel();
     }
   }
-  // Waits for the tick in progress, as the destructor does.
+  // Waits for the tick in progress, as the destructor does, then for a release it left to the
+  // system: the process may end before any connection closes.
   timer.reset();
+  ports_.injector.settle();
 }
 
 std::unique_lock<std::mutex> ClickEngine::holdClicks() {

@@ -82,6 +82,9 @@ class EventInjector {
   // system cannot click there.
   virtual bool click(MouseButton button, std::optional<ClickPoint> at, int count,
                      ClickPacing& pacing) = 0;
+  // Returns once every event of the clicks posted so far has been made, a release left to the
+  // system included; at once for an injector that leaves none.
+  virtual void settle() {}
 };
 
 }  // namespace vorrik

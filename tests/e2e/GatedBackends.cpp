@@ -43,6 +43,7 @@ class GatedInjector final : public EventInjector {
     } gated(*this, pacing);
     return real_.click(button, at, count, gated);
   }
+  void settle() override { real_.settle(); }
 
  private:
   void wait() {

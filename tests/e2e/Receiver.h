@@ -77,17 +77,9 @@ class Receiver {
   }
 
   // Where the pointer is, on whichever screen holds it.
-  ClickPoint pointerAt() {
-    Window root = 0;
-    Window child = 0;
-    int x = 0;
-    int y = 0;
-    int wx = 0;
-    int wy = 0;
-    unsigned mask = 0;
-    XQueryPointer(display_, DefaultRootWindow(display_), &root, &child, &x, &y, &wx, &wy, &mask);
-    return {double(x), double(y)};
-  }
+  ClickPoint pointerAt() { return queryPointer().at; }
+  // True while the core pointer's logical button 1 is down.
+  bool leftDown() { return (queryPointer().mask & Button1Mask) != 0; }
 
   // Sets the core pointer map, as `xmodmap -e "pointer = ..."` does; buttons past the list keep
   // their own number. True once the server took it.
@@ -170,6 +162,22 @@ class Receiver {
   }
 
  private:
+  struct PointerState {
+    ClickPoint at;
+    unsigned mask = 0;
+  };
+  PointerState queryPointer() {
+    Window root = 0;
+    Window child = 0;
+    int x = 0;
+    int y = 0;
+    int wx = 0;
+    int wy = 0;
+    unsigned mask = 0;
+    XQueryPointer(display_, DefaultRootWindow(display_), &root, &child, &x, &y, &wx, &wy, &mask);
+    return {{double(x), double(y)}, mask};
+  }
+
   Display* display_;
   Window window_ = 0;
   std::vector<Button> received_;

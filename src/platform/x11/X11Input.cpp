@@ -153,6 +153,10 @@ bool X11Injector::click(MouseButton button, std::optional<ClickPoint> at, int co
   return true;
 }
 
+void X11Injector::settle() {
+  connection_->with([](Display* display) { XSync(display, False); });
+}
+
 unsigned X11Injector::physicalButton(Display* display, unsigned char logical) {
   // The server sends every client a MappingNotify when the pointer map changes; this
   // connection selects nothing else, so its queue holds only those. Each flush already moves

@@ -40,6 +40,9 @@ class X11Injector final : public EventInjector {
   bool click(MouseButton button, std::optional<ClickPoint> at, int count,
              ClickPacing& pacing) override;
 
+  // A round trip: the server answers once it has made every release it still holds.
+  void settle() override;
+
   // True while the display connection is open and healthy.
   [[nodiscard]] bool connected() const;
 

@@ -155,9 +155,10 @@ TEST_F(X11Clicks, EveryClickShapeArrivesWholeAndTheServerHoldsTheLastPress) {
 
 // A release left to the server is made after the hold even when the connection closes at once,
 // as it does when Vorrik quits right after a click.
-TEST_F(X11Clicks, AReleaseLeftToTheServerOutlivesTheConnection) {
+TEST_F(X11Clicks, AReleaseLeftToTheServerIsMadeBeforeCloseOrSettleReturns) {
   struct ServerHolds final : ClickPacing {
-    std::optional<std::chrono::microseconds> press() override { return 8ms; }
+    std::chrono::microseconds length = 8ms;
+    std::optional<std::chrono::microseconds> press() override { return length; }
     void sent() override {}
     void hold() override { ADD_FAILURE() << "a hold left to the server is not waited out"; }
     void gap() override {}
@@ -177,6 +178,13 @@ TEST_F(X11Clicks, AReleaseLeftToTheServerOutlivesTheConnection) {
       EXPECT_EQ(events[1].at, *at) << "released where it pressed";
     }
   }
+  // settle() returns only once the server has made the release it held: with a long hold, the
+  // button is seen down, and up right after settle().
+  pacing.length = 400ms;
+  ASSERT_TRUE(injector.click(MouseButton::left, std::nullopt, 1, pacing));
+  pumpUntil([&] { return receiver.leftDown(); });
+  injector.settle();
+  EXPECT_FALSE(receiver.leftDown());
 }
 
 }  // namespace
