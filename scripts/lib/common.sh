@@ -6,7 +6,8 @@ VORRIK_ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)"
 # Everything a fresh Debian 12 needs to build, run, test and benchmark Vorrik.
 VORRIK_BUILD_PACKAGES=(
   g++ cmake ninja-build make pkg-config ccache
-  qt6-base-dev libgl-dev libx11-dev libxtst-dev libxi-dev libdbus-1-dev
+  qt6-base-dev libgl-dev libx11-dev libxtst-dev libxi-dev libx11-xcb-dev libxcb-xtest0-dev
+  libdbus-1-dev
   libwayland-dev libwayland-bin wayland-protocols
   libgtest-dev libgmock-dev libbenchmark-dev
   fonts-dejavu-core

@@ -3,9 +3,10 @@
 
 #include "platform/x11/X11Display.h"
 
+#include <X11/Xlib-xcb.h>
 #include <X11/Xlib.h>
-#include <X11/extensions/XTest.h>
-#include <poll.h>
+#include <xcb/xcb.h>
+#include <xcb/xtest.h>
 
 #include <algorithm>
 #include <atomic>
@@ -21,12 +22,11 @@
 namespace vorrik::x11 {
 namespace {
 
+// Asked of XCB, which sends the events: its answer is kept, so no click waits for the question.
 bool hasXTest(Display* display) {
-  int eventBase = 0;
-  int errorBase = 0;
-  int major = 0;
-  int minor = 0;
-  return XTestQueryExtension(display, &eventBase, &errorBase, &major, &minor) == True;
+  const xcb_query_extension_reply_t* const reply =
+      xcb_get_extension_data(XGetXCBConnection(display), &xcb_test_id);
+  return reply != nullptr && reply->present != 0;
 }
 
 struct RootPosition {
@@ -47,12 +47,6 @@ std::optional<RootPosition> rootPosition(ClickPoint at) {
     return std::nullopt;
   }
   return RootPosition{static_cast<int>(x), static_cast<int>(y)};
-}
-
-// True when fd has something to read, without waiting.
-bool readable(int fd) {
-  pollfd watch{fd, POLLIN, 0};
-  return poll(&watch, 1, 0) > 0;
 }
 
 }  // namespace
@@ -79,7 +73,11 @@ class Connection {
       return false;
     }
     std::forward<Use>(use)(display_.get());
-    return true;
+    // A write through XCB that failed is not Xlib's to notice until its next call.
+    if (xcb_connection_has_error(XGetXCBConnection(display_.get())) != 0) {
+      broken_.store(true);
+    }
+    return healthy();
   }
 
  private:
@@ -120,33 +118,42 @@ bool X11Injector::click(MouseButton button, std::optional<ClickPoint> at, int co
       if (press) {
         physical = physicalButton(display, logical);
       }
+      // The events go out through XCB rather than Xlib: Xlib's flush reads the socket twice after
+      // each write, and the worker would make those calls while the X server waits to run.
+      xcb_connection_t* const xcb = XGetXCBConnection(display);
+      const auto button = static_cast<std::uint8_t>(physical);
+      const auto fake = [&](std::uint8_t type, std::uint8_t detail, std::uint32_t delayMs) {
+        xcb_test_fake_input(xcb, type, detail, delayMs, XCB_NONE, 0, 0, 0);
+      };
       // XTest has no click count: a second pair soon after the first, at the same spot, is what
       // receivers count as a double click. Without a point no motion is sent: the button then
       // lands wherever the pointer is, on any screen, and a pointer moved by someone else stays.
-      const auto moveThere = [&](unsigned long delayMs) {
+      const auto moveThere = [&](std::uint32_t delayMs) {
         if (to) {
-          XTestFakeMotionEvent(display, DefaultScreen(display), to->x, to->y, delayMs);
+          xcb_test_fake_input(
+              xcb, XCB_MOTION_NOTIFY, 0, delayMs, RootWindow(display, DefaultScreen(display)),
+              static_cast<std::int16_t>(to->x), static_cast<std::int16_t>(to->y), 0);
         }
       };
-      moveThere(CurrentTime);
-      XTestFakeButtonEvent(display, physical, press ? True : False, CurrentTime);
+      moveThere(XCB_CURRENT_TIME);
+      fake(press ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, button, XCB_CURRENT_TIME);
       if (releaseAfter) {
         // With XTest's delay the server waits before this event, and holds back everything
         // after it on this connection. It counts whole milliseconds from the one it is in: one
         // more keeps the hold from being any shorter. The worker need not wake again to
         // release, and closing the display waits for the release.
-        const auto delayMs = static_cast<unsigned long>(
+        const auto delayMs = static_cast<std::uint32_t>(
             std::chrono::ceil<std::chrono::milliseconds>(*releaseAfter).count() + 1);
         if (to) {
           moveThere(delayMs);
-          XTestFakeButtonEvent(display, physical, False, CurrentTime);
+          fake(XCB_BUTTON_RELEASE, button, XCB_CURRENT_TIME);
         } else {
-          XTestFakeButtonEvent(display, physical, False, delayMs);
+          fake(XCB_BUTTON_RELEASE, button, delayMs);
         }
       }
-      // XFlush, not XSync: the events are on their way once written, and a round trip would
-      // only make the worker wait for the server.
-      XFlush(display);
+      // A flush, not a round trip: the events are on their way once written, and waiting for
+      // the server would only hold the worker up.
+      xcb_flush(xcb);
     });
   };
   postPresses(button, at, count, pacing, true, send);
@@ -159,10 +166,9 @@ void X11Injector::settle() {
 
 unsigned X11Injector::physicalButton(Display* display, unsigned char logical) {
   // The server sends every client a MappingNotify when the pointer map changes; this
-  // connection selects nothing else, so its queue holds only those. Each flush already moves
-  // what has arrived into that queue, so the socket is read here only when it holds more.
-  if (XQLength(display) > 0 || readable(ConnectionNumber(display))) {
-    XEventsQueued(display, QueuedAfterReading);
+  // connection selects nothing else, so its queue holds only those. One read takes both what
+  // XCB kept while flushing and what has arrived since.
+  if (XEventsQueued(display, QueuedAfterReading) > 0) {
     XEvent event;
     while (XQLength(display) > 0) {
       XNextEvent(display, &event);
