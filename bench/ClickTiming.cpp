@@ -48,6 +48,7 @@ struct Options {
   int runs = 1;  // back to back, each of `rounds` rounds
   std::size_t periods = 300;
   std::vector<std::string> clickerFlags;
+  std::optional<int> busyCpu;  // where the busy-core rounds' load runs; any CPU when unset
 };
 
 void usage() {
@@ -55,6 +56,7 @@ void usage() {
       << "usage: vorrik_click_timing --vorrik-display D --reference-display D\n"
          "         --clicker PATH --shim PATH --work DIR [--rounds N] [--periods N]\n"
          "         [--runs N] [--no-spin] [--polled-main] [--no-hold] [--worker-release]\n"
+         "         [--busy-cpu N] [--worker-cpu N]\n"
          "  --runs N    N runs back to back, then each run's pooled ratios and their minimum\n"
          "  --no-spin   the engine's timer without its early wake and final spin\n"
          "  --polled-main  no main-thread wake-up per click: it looks for the count once a "
@@ -62,7 +64,9 @@ void usage() {
          "  --no-hold   each release right after its press, as the reference clicks, not 8 ms "
          "later\n"
          "  --worker-release  each release sent by the worker after the hold, not left to the "
-         "X server\n";
+         "X server\n"
+         "  --busy-cpu N    the busy-core rounds' load on CPU N only\n"
+         "  --worker-cpu N  Vorrik's clicking thread on CPU N only\n";
 }
 
 std::optional<Options> parse(int argc, char** argv) {
@@ -83,6 +87,17 @@ std::optional<Options> parse(int argc, char** argv) {
       o.shim = argv[++i];
     } else if (hasValue && arg == "--work") {
       o.workDir = argv[++i];
+    } else if (hasValue && (arg == "--busy-cpu" || arg == "--worker-cpu")) {
+      char* end = nullptr;
+      const long cpu = std::strtol(argv[++i], &end, 10);
+      if (*end != '\0' || cpu < 0 || cpu >= sysconf(_SC_NPROCESSORS_ONLN)) {
+        return std::nullopt;
+      }
+      if (arg == "--busy-cpu") {
+        o.busyCpu = static_cast<int>(cpu);
+      } else {
+        o.clickerFlags.insert(o.clickerFlags.end(), {std::string(arg), std::to_string(cpu)});
+      }
     } else if (hasValue && (arg == "--rounds" || arg == "--periods" || arg == "--runs")) {
       char* end = nullptr;
       const long n = std::strtol(argv[++i], &end, 10);
@@ -198,7 +213,7 @@ class PairedBench {
 
     std::optional<BusyCore> load;
     if (busyCore) {
-      load.emplace();
+      load.emplace(o_.busyCpu);
     }
     vorrikReceiver_.reset();
     referenceReceiver_.reset();

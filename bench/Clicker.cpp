@@ -3,10 +3,12 @@
 // single left clicks at the cursor on $DISPLAY through the production ports, then a few facts
 // on stdout for the benchmark to read ("key value" lines).
 //   vorrik_bench_clicker --setting MS --clicks N [--idle-seconds S] [--no-spin] [--polled-main]
-//                        [--no-hold] [--worker-release]
+//                        [--no-hold] [--worker-release] [--worker-cpu N]
 
+#include <sched.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -16,6 +18,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #include "MainThreadQueue.h"
 #include "Processes.h"
@@ -37,6 +40,8 @@ struct Options {
   bool hold = true;
   // Sends every release from the worker after the hold, instead of leaving it to the X server.
   bool workerRelease = false;
+  // Keeps the timer's worker on this CPU: where it runs, against the X server and receiver.
+  std::optional<long> workerCpu;
 };
 
 // Keeps every hold on the worker, as for an injector whose system cannot release by itself:
@@ -107,6 +112,8 @@ std::optional<Options> parse(int argc, char** argv) {
         options.clicks = *value;
       } else if (arg == "--idle-seconds") {
         options.idleSeconds = *value;
+      } else if (arg == "--worker-cpu") {
+        options.workerCpu = *value;
       } else {
         return std::nullopt;
       }
@@ -129,6 +136,18 @@ const char* grantName(posix::RealtimeGrant grant) {
   return "none";
 }
 
+// Every thread but the main one: the timer's worker.
+std::vector<pid_t> otherThreads() {
+  std::vector<pid_t> tids;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    const auto tid = static_cast<pid_t>(std::stol(task.path().filename().string()));
+    if (tid != getpid()) {
+      tids.push_back(tid);
+    }
+  }
+  return tids;
+}
+
 // The scheduler's counts of the main thread and of the others (the timer's worker) together.
 struct Sched {
   SchedStat main;
@@ -140,13 +159,20 @@ struct Sched {
 
 Sched sched() {
   Sched now{threadSchedStat(getpid()), {}};
-  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-    const auto tid = static_cast<pid_t>(std::stol(task.path().filename().string()));
-    if (tid != getpid()) {
-      now.others += threadSchedStat(getpid(), tid);
-    }
+  for (const pid_t tid : otherThreads()) {
+    now.others += threadSchedStat(getpid(), tid);
   }
   return now;
+}
+
+bool pinWorker(long cpu) {
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  CPU_SET(static_cast<int>(cpu), &set);
+  const auto tids = otherThreads();
+  return !tids.empty() && std::all_of(tids.begin(), tids.end(), [&](pid_t tid) {
+    return sched_setaffinity(tid, sizeof set, &set) == 0;
+  });
 }
 
 int run(const Options& options) {
@@ -174,6 +200,11 @@ int run(const Options& options) {
   engine.intervalMs = options.settingMs;
   engine.maxClicks = options.clicks;
   std::printf("realtime %s\n", grantName(worker.realtime()));
+  if (options.workerCpu && !pinWorker(*options.workerCpu)) {
+    std::fprintf(stderr, "vorrik_bench_clicker: cannot keep the worker on CPU %ld\n",
+                 *options.workerCpu);
+    return 2;
+  }
   // From here on: the threads' start-up is no click's cost.
   const Sched before = sched();
   engine.start();
@@ -213,7 +244,7 @@ int main(int argc, char** argv) {
   if (!options) {
     std::fprintf(stderr,
                  "usage: vorrik_bench_clicker --setting MS --clicks N [--idle-seconds S] "
-                 "[--no-spin] [--polled-main]\n");
+                 "[--no-spin] [--polled-main] [--no-hold] [--worker-release] [--worker-cpu N]\n");
     return 2;
   }
   return vorrik::bench::run(*options);

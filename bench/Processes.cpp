@@ -2,6 +2,7 @@
 #include "Processes.h"
 
 #include <fcntl.h>
+#include <sched.h>
 #include <spawn.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -27,7 +28,7 @@ std::chrono::nanoseconds cpuOf(const rusage& usage) {
 
 }  // namespace
 
-BusyCore::BusyCore() {
+BusyCore::BusyCore(std::optional<int> cpu) {
   const pid_t parent = getpid();
   pid_ = fork();
   if (pid_ != 0) {
@@ -38,6 +39,14 @@ BusyCore::BusyCore() {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (getppid() != parent) {
     _exit(0);
+  }
+  if (cpu) {
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    CPU_SET(*cpu, &set);
+    if (sched_setaffinity(0, sizeof set, &set) != 0) {
+      _exit(1);
+    }
   }
   volatile std::uint64_t spins = 0;
   for (;;) {

@@ -11,10 +11,11 @@
 
 namespace vorrik::bench {
 
-// A child process that keeps one core busy from construction to destruction.
+// A child process that keeps one core busy from construction to destruction: any the
+// scheduler picks, or the given CPU only.
 class BusyCore {
  public:
-  BusyCore();
+  explicit BusyCore(std::optional<int> cpu = std::nullopt);
   // Kills and reaps the child.
   ~BusyCore();
   BusyCore(const BusyCore&) = delete;
