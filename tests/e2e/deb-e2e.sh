@@ -7,7 +7,7 @@ set -euo pipefail
 
 cpack -G DEB --config "$1/CPackConfig.cmake" -B "$scratch/pack" >/dev/null 2>&1 || fail "cpack"
 deb=$(ls "$scratch"/pack/vorrik_*.deb)
-for lib in libqt6widgets6 libx11-6 libxtst6; do
+for lib in libqt6widgets6 libx11-6 libx11-xcb1 libxcb-xtest0; do
   dpkg-deb -f "$deb" Depends | grep -q "$lib" || fail "Depends lacks $lib"
 done
 apt-get install -s "$deb" >/dev/null || fail "its dependencies do not resolve"
