@@ -13,6 +13,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <mutex>
 #include <set>
@@ -59,6 +60,9 @@ class Connection {
       : display_(openDisplay(displayName, [this] { broken_.store(true); })) {
     if (display_) {
       xtest_ = hasXTest(display_.get());
+      // This connection's only events are MappingNotify, read with XCB before each press: Xlib
+      // would read the socket twice to find it empty, XCB reads it once.
+      XSetEventQueueOwner(display_.get(), XCBOwnsEventQueue);
     }
   }
 
@@ -166,16 +170,17 @@ void X11Injector::settle() {
 
 unsigned X11Injector::physicalButton(Display* display, unsigned char logical) {
   // The server sends every client a MappingNotify when the pointer map changes; this
-  // connection selects nothing else, so its queue holds only those. One read takes both what
-  // XCB kept while flushing and what has arrived since.
-  if (XEventsQueued(display, QueuedAfterReading) > 0) {
-    XEvent event;
-    while (XQLength(display) > 0) {
-      XNextEvent(display, &event);
-      if (event.type == MappingNotify && event.xmapping.request == MappingPointer) {
-        buttonMap_.clear();
-      }
+  // connection selects nothing else, so it holds only those, and errors, which are dropped:
+  // the connection's health is checked after each use.
+  xcb_connection_t* const xcb = XGetXCBConnection(display);
+  while (xcb_generic_event_t* const event = xcb_poll_for_event(xcb)) {
+    constexpr std::uint8_t kSent = 0x80;  // set on events another client sent
+    if ((event->response_type & ~kSent) == XCB_MAPPING_NOTIFY &&
+        reinterpret_cast<const xcb_mapping_notify_event_t*>(event)->request ==
+            XCB_MAPPING_POINTER) {
+      buttonMap_.clear();
     }
+    std::free(event);  // NOLINT(cppcoreguidelines-no-malloc): XCB allocates events with malloc
   }
   if (buttonMap_.empty()) {
     buttonMap_.assign(256, 0);
