@@ -46,12 +46,10 @@ void WakeLead::record(std::chrono::steady_clock::time_point target,
 WorkerTimer::WorkerTimer(Options options) : options_(options), worker_([this] { run(); }) {}
 
 WorkerTimer::~WorkerTimer() {
-  {
-    std::lock_guard lock(mutex_);
-    quit_ = true;
-    handler_ = nullptr;
-  }
-  changed_.notify_all();
+  std::unique_lock lock(mutex_);
+  quit_ = true;
+  handler_ = nullptr;
+  signal(std::move(lock));
   worker_.join();
 }
 
@@ -60,25 +58,19 @@ void WorkerTimer::arm(std::chrono::nanoseconds delay, Handler handler) {
   // Saturate rather than overflow: a delay beyond the clock's range means "never".
   const Clock::time_point deadline =
       delay > Clock::time_point::max() - now ? Clock::time_point::max() : now + delay;
-  Handler replaced;
-  {
-    std::lock_guard lock(mutex_);
-    replaced = std::exchange(handler_, std::move(handler));
-    deadline_ = deadline;
-  }
-  changed_.notify_all();
+  std::unique_lock lock(mutex_);
+  Handler replaced = std::exchange(handler_, std::move(handler));
+  deadline_ = deadline;
+  signal(std::move(lock));
   // `replaced` dies here, outside the lock, in case its captures do work when destroyed.
 }
 
 void WorkerTimer::cancel() {
-  Handler cancelled;
-  {
-    std::lock_guard lock(mutex_);
-    cancelled = std::exchange(handler_, nullptr);
-  }
+  std::unique_lock lock(mutex_);
+  Handler cancelled = std::exchange(handler_, nullptr);
   // Wake the worker now so that it goes back to an untimed wait instead of waking at the old
   // deadline for nothing.
-  changed_.notify_all();
+  signal(std::move(lock));
 }
 
 std::uint64_t WorkerTimer::wakeups() const {
@@ -99,7 +91,7 @@ void WorkerTimer::run() {
   tuned_.notify_all();
   while (!quit_) {
     if (!handler_) {
-      changed_.wait(lock);
+      sleep(lock, Clock::time_point::max());
       ++wakeups_;
       continue;
     }
@@ -107,15 +99,14 @@ void WorkerTimer::run() {
     const auto now = Clock::now();
     const auto wake = deadline - lead_.lead();
     if (now < wake) {
-      // libstdc++ waits with pthread_cond_clockwait on CLOCK_MONOTONIC for steady_clock.
-      changed_.wait_until(lock, options_.spin ? wake : deadline);
+      sleep(lock, options_.spin ? wake : deadline);
       ++wakeups_;
       continue;
     }
     lead_.record(deadline, now);
     if (now < deadline) {
       if (!options_.spin) {
-        changed_.wait_until(lock, deadline);
+        sleep(lock, deadline);
         ++wakeups_;
         continue;
       }
@@ -133,6 +124,25 @@ void WorkerTimer::run() {
     due();
     due = nullptr;
     lock.lock();
+  }
+}
+
+void WorkerTimer::sleep(std::unique_lock<std::mutex>& lock, Clock::time_point until) {
+  const std::uint32_t seen = changes_.load();
+  sleeping_ = true;
+  lock.unlock();
+  system::waitWhile(changes_, seen, until);
+  lock.lock();
+  sleeping_ = false;
+}
+
+void WorkerTimer::signal(std::unique_lock<std::mutex> lock) {
+  changes_.fetch_add(1);
+  // The worker's own arm, from a handler, finds it awake and costs no system call.
+  const bool wake = sleeping_;
+  lock.unlock();
+  if (wake) {
+    system::wakeWaiter(changes_);
   }
 }
 

@@ -48,9 +48,9 @@ class WakeLead {
 };
 
 // A one-shot timer with a dedicated real-time worker thread (see makeThreadRealtime) on
-// CLOCK_MONOTONIC, with the minimum timer slack. Idle, it waits on a condition variable with no
-// timeout. Armed, it wakes early by its learnt lead and spins the last stretch (at most
-// WakeLead::kMax), so that a handler starts on its deadline and never before it.
+// CLOCK_MONOTONIC, with the minimum timer slack. Idle, it sleeps with no timeout. Armed, it wakes
+// early by its learnt lead and spins the last stretch (at most WakeLead::kMax), so that a handler
+// starts on its deadline and never before it.
 class WorkerTimer final : public OneShotTimer {
  public:
   // Departures from the defaults, for the benchmark's comparisons.
@@ -76,9 +76,16 @@ class WorkerTimer final : public OneShotTimer {
 
  private:
   void run();
+  // Sleeps, with lock released, until a change is signalled or until `until`.
+  void sleep(std::unique_lock<std::mutex>& lock, std::chrono::steady_clock::time_point until);
+  // Signals a change made under lock (then released); wakes the worker only if it sleeps.
+  void signal(std::unique_lock<std::mutex> lock);
 
   mutable std::mutex mutex_;
-  std::condition_variable changed_;
+  // Bumped at each change, under mutex_; the worker sleeps on it. Not a condition variable:
+  // glibc's takes the mutex back as contended after each wait, one more system call per tick.
+  std::atomic<std::uint32_t> changes_{0};
+  bool sleeping_ = false;
   Handler handler_;
   std::chrono::steady_clock::time_point deadline_{};
   bool quit_ = false;

@@ -1,15 +1,20 @@
 // SPDX-License-Identifier: MIT
 // The Linux side of the POSIX services: timer slack, real-time priority through the kernel or
-// RealtimeKit, and the C library's CSPRNG.
+// RealtimeKit, the C library's CSPRNG, and the timer worker's sleep on a futex.
 #include <dbus/dbus.h>
+#include <linux/futex.h>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <mutex>
 #include <string>
 #include <system_error>
@@ -83,6 +88,30 @@ void minimiseTimerSlack() {
 
 std::uint32_t secureUniform(std::uint32_t upperBound) {
   return arc4random_uniform(upperBound);
+}
+
+// The kernel reads the word itself, so it must be a plain 32-bit integer in memory.
+static_assert(sizeof(std::atomic<std::uint32_t>) == sizeof(std::uint32_t) &&
+              std::atomic<std::uint32_t>::is_always_lock_free);
+
+void waitWhile(const std::atomic<std::uint32_t>& word, std::uint32_t seen,
+               std::chrono::steady_clock::time_point until) {
+  // FUTEX_WAIT_BITSET takes an absolute time on CLOCK_MONOTONIC, the steady clock's.
+  const auto since = until.time_since_epoch();
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since);
+  timespec deadline{};
+  deadline.tv_sec = static_cast<time_t>(seconds.count());
+  deadline.tv_nsec = static_cast<long>(
+      std::chrono::duration_cast<std::chrono::nanoseconds>(since - seconds).count());
+  const bool limited = until != std::chrono::steady_clock::time_point::max();
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-vararg): the futex call has no other form
+  syscall(SYS_futex, &word, FUTEX_WAIT_BITSET | FUTEX_PRIVATE_FLAG, seen,
+          limited ? &deadline : nullptr, nullptr, FUTEX_BITSET_MATCH_ANY);
+}
+
+void wakeWaiter(const std::atomic<std::uint32_t>& word) {
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-vararg): the futex call has no other form
+  syscall(SYS_futex, &word, FUTEX_WAKE | FUTEX_PRIVATE_FLAG, 1, nullptr, nullptr, 0);
 }
 
 }  // namespace system
