@@ -82,6 +82,19 @@ TEST(WorkerTimer, CancelledAndReplacedHandlersNeverRun) {
   EXPECT_EQ(dropped.count(), 0);
 }
 
+// The worker sleeps toward the first deadline; only a wake from arm() lets the second run in
+// time to be seen.
+TEST(WorkerTimer, AnEarlierArmFromAnotherThreadWakesTheSleepingWorker) {
+  WorkerTimer timer;
+  Runs late;
+  Runs soon;
+  timer.arm(60s, [&] { late.hit(); });
+  std::this_thread::sleep_for(20ms);  // lets the worker go to sleep; passes either way
+  timer.arm(1ms, [&] { soon.hit(); });
+  EXPECT_TRUE(soon.waitFor(1));
+  EXPECT_EQ(late.count(), 0);
+}
+
 TEST(WorkerTimer, DestructionCancelsAnArmedHandlerAndWaitsForARunningOne) {
   Runs armed;
   const auto begin = Clock::now();
