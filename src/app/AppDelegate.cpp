@@ -59,6 +59,18 @@ AppDelegate::AppDelegate(Services services, QObject* parent)
   if (!services_.trayAvailable) {
     services_.trayAvailable = &QSystemTrayIcon::isSystemTrayAvailable;
   }
+  // One alert at a time. An open alert runs its own event loop, in which the desktop's late
+  // answer on F6 may come: the offer it brings waits until that alert has closed.
+  services_.runAlert = [this, run = std::move(services_.runAlert)](const Alert& alert) {
+    ++alertsOpen_;
+    const int answer = run(alert);
+    if (--alertsOpen_ == 0 && offerWaiting_) {
+      offerWaiting_ = false;
+      // After the caller has taken the answer in.
+      QMetaObject::invokeMethod(this, &AppDelegate::offerShortcut, Qt::QueuedConnection);
+    }
+    return answer;
+  };
 }
 
 AppDelegate::~AppDelegate() {
@@ -163,6 +175,10 @@ void AppDelegate::offerShortcut() {
     return;
   }
   if (shortcutInstalled_ || services_.defaults->stringForKey(kShortcutOfferKey)) {
+    return;
+  }
+  if (alertsOpen_ > 0) {
+    offerWaiting_ = true;
     return;
   }
   // Closing the alert declines too; either answer is final, the menu can still add it.

@@ -137,6 +137,8 @@ class AppDelegate final : public QObject {
   QPointer<QMenuBar> mainMenu_;
   QPointer<QMenu> statusMenu_;
   bool quitting_ = false;
+  int alertsOpen_ = 0;
+  bool offerWaiting_ = false;  // the F6 offer came while an alert was open
   bool shortcutInstalled_ = false;
   bool hotkeyMissing_ = false;
 };

@@ -10,10 +10,12 @@
 #include <QTest>
 #include <QTimer>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "app/AppDelegate.h"
@@ -86,6 +88,8 @@ struct World {
   fake::FakeSettingsLink& link = desktop.fakeLink;
   fake::FakeInjector& injector = desktop.fakeInjector;
   std::vector<Alert> alerts;
+  int alertsOpen = 0;
+  int mostAlertsOpen = 0;     // alerts open at once, at the most
   bool readyAtAlert = false;  // the panel and the tray item existed when the alert came up
   bool tray = true;           // what the delegate is told about the tray
   // What the desktop says of F6 after a kHotkeyChanged post.
@@ -96,7 +100,8 @@ struct World {
   explicit World(const std::string& lang, bool trusted = true, int answer = kAlertSecondButton,
                  Refusal refusal = Refusal::noInjection, ToggleShortcut* shortcut = nullptr,
                  const char* offered = nullptr,
-                 const std::function<void(fake::FakeTrust&)>& prepare = {}) {
+                 const std::function<void(fake::FakeTrust&)>& prepare = {},
+                 std::function<void(World&)> duringFirstAlert = {}) {
     defaults.setString(L::kLangKey, lang);
     if (offered != nullptr) {
       defaults.setString(kShortcutOfferKey, offered);
@@ -111,15 +116,20 @@ struct World {
       return std::make_unique<VorrikPanel>(VorrikPanel::Services::from(
           desktop, desktop.sleeper, desktop.random, desktop.makeTimer()));
     };
-    delegate = std::make_unique<AppDelegate>(
-        AppDelegate::Services{center, trust, link, panel,
-                              [this, answer](const Alert& alert) {
-                                alerts.push_back(alert);
-                                readyAtAlert = delegate->panel() && delegate->statusItem();
-                                return answer;
-                              },
-                              [this] { return tray; }, shortcut, &defaults,
-                              [this] { return laterShortcut; }, [this] { return hotkeyMissing; }});
+    delegate = std::make_unique<AppDelegate>(AppDelegate::Services{
+        center, trust, link, panel,
+        [this, answer, during = std::move(duringFirstAlert)](const Alert& alert) mutable {
+          alerts.push_back(alert);
+          readyAtAlert = delegate->panel() && delegate->statusItem();
+          mostAlertsOpen = std::max(mostAlertsOpen, ++alertsOpen);
+          if (const auto now = std::exchange(during, {})) {
+            now(*this);
+          }
+          --alertsOpen;
+          return answer;
+        },
+        [this] { return tray; }, shortcut, &defaults, [this] { return laterShortcut; },
+        [this] { return hotkeyMissing; }});
     delegate->applicationDidFinishLaunching();
   }
   ~World() {
@@ -375,6 +385,21 @@ class AppDelegateTest : public QObject {
       QCOMPARE(int(world.alerts.size()), 1);
       QCOMPARE(world.alerts[0].informative, texts({"f6_missing"}).front());
     }
+  }
+
+  // At launch the desktop's answer on F6 can come while the consent alert is open, whose own
+  // event loop then runs it: the offer waits for that alert to close, so two never stack.
+  void anOfferDuringAnotherAlertWaitsUntilItCloses() {
+    FakeShortcut shortcut;
+    World world("en", false, kAlertSecondButton, Refusal::noInjection, nullptr, nullptr, {},
+                [&shortcut](World& w) {
+                  w.laterShortcut = &shortcut;
+                  w.center.post(kHotkeyChanged);
+                  QCoreApplication::processEvents();  // as the open alert's event loop would
+                });
+    QTRY_COMPARE(int(world.alerts.size()), 2);
+    QCOMPARE(world.mostAlertsOpen, 1);
+    QCOMPARE(world.alerts[1].message, texts({"f6_title"}).front());
   }
 
   // Without a tray a closed panel leaves nothing to bring it back: closing asks, then quits.
